@@ -1,0 +1,59 @@
+# Build rules that every target of the project shares: the language, warnings, visibility, link options,
+# and vkqt_add_test().
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Private to the build: no installed target carries it.
+add_library(VKQtBuildFlags INTERFACE)
+target_compile_options(VKQtBuildFlags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-qual
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wundef
+  $<$<BOOL:${VKQT_WARNINGS_AS_ERRORS}>:-Werror>
+  -fno-semantic-interposition
+  $<$<CONFIG:Release>:-fstack-protector-strong>)
+target_compile_definitions(VKQtBuildFlags INTERFACE
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
+  $<$<CONFIG:Debug>:VKQT_DEBUG_BUILD=1>)
+
+function(vkqt_shared_library_options target)
+  target_link_options(${target} PRIVATE
+    -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-z,relro -Wl,--hash-style=gnu -Wl,-Bsymbolic-functions)
+endfunction()
+
+# vkqt_add_test(NAME name SOURCES file... [RULES host macos windows] [COREKIT_ONLY] [LABELS label...])
+#
+# One test program per platform rule, all from the same objects as the shared libraries: "name.host",
+# "name.macos", "name.windows". Without RULES the program is built once, under host rules, as "name".
+# COREKIT_ONLY links nothing above VKCoreKit. VKTEST_PLATFORM_RULES holds the rule's name in each program.
+function(vkqt_add_test)
+  cmake_parse_arguments(T "COREKIT_ONLY" "NAME" "SOURCES;RULES;LABELS;LIBRARIES" ${ARGN})
+  if(T_UNPARSED_ARGUMENTS OR NOT T_NAME OR NOT T_SOURCES)
+    message(FATAL_ERROR "vkqt_add_test: NAME and SOURCES are required; not understood: ${T_UNPARSED_ARGUMENTS}")
+  endif()
+  set(rules ${T_RULES})
+  if(NOT rules)
+    set(rules host)
+  endif()
+  foreach(rule IN LISTS rules)
+    set(target ${T_NAME})
+    if(T_RULES)
+      set(target ${T_NAME}.${rule})
+    endif()
+    add_executable(${target} ${T_SOURCES})
+    set_target_properties(${target} PROPERTIES AUTOMOC ON)
+    target_compile_definitions(${target} PRIVATE VKTEST_PLATFORM_RULES="${rule}")
+    target_link_libraries(${target} PRIVATE VKTestSupport VKQtBuildFlags VKCoreKitObjects)
+    if(NOT T_COREKIT_ONLY)
+      target_link_libraries(${target} PRIVATE VKQtCoreLiteObjects VKQtPlatformRules_${rule})
+    endif()
+    target_link_libraries(${target} PRIVATE ${T_LIBRARIES})
+    add_test(NAME ${target} COMMAND ${target})
+    set_tests_properties(${target} PROPERTIES TIMEOUT 300 LABELS "${T_LABELS}")
+  endforeach()
+endfunction()
