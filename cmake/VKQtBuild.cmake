@@ -8,6 +8,11 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+# Every source that the build writes: what has to exist before a tool can read the other sources.
+add_custom_target(vkqt_generated)
 
 # Private to the build: no installed target carries it.
 add_library(VKQtBuildFlags INTERFACE)
@@ -47,6 +52,7 @@ function(vkqt_add_test)
     endif()
     add_executable(${target} ${T_SOURCES})
     set_target_properties(${target} PROPERTIES AUTOMOC ON)
+    add_dependencies(vkqt_generated ${target}_autogen)
     target_compile_definitions(${target} PRIVATE VKTEST_PLATFORM_RULES="${rule}")
     target_link_libraries(${target} PRIVATE VKTestSupport VKQtBuildFlags VKCoreKitObjects)
     if(NOT T_COREKIT_ONLY)
