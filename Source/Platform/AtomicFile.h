@@ -1,6 +1,6 @@
 // A file's new content, written beside the old one and put in its place only when all of it is stored. Until
-// commit() succeeds the old file is whole; an abandoned one leaves nothing. Functions give errno on failure and 0
-// otherwise. One thread at a time.
+// commit() succeeds the old file is whole; an abandoned one leaves nothing. Functions give errno on failure
+// and 0 otherwise. One thread at a time.
 #pragma once
 
 #include "Platform/FileDescriptor.h"
@@ -22,11 +22,11 @@ public:
     /// Abandons what was not committed.
     ~AtomicFile();
 
-    /// Creates the temporary sibling ".name.XXXXXX" of `target` by exclusive creation. A symbolic link is honoured: the
-    /// file it names (which need not exist) is the target. The mode and, as far as permitted, the owner
-    /// of an existing file are kept; a new file gets 0666 less the process's mask.
-    /// EISDIR for a folder, EOPNOTSUPP for a fifo, socket or device, EACCES for a file without write
-    /// permission (a rename would replace it all the same), EBUSY when one is open here already.
+    /// Creates the temporary sibling ".name.XXXXXX" of `target` by exclusive creation. A symbolic link is
+    /// honoured: the file it names (which need not exist) is the target. The mode and, as far as permitted,
+    /// the owner of an existing file are kept; a new file gets 0666 less the process's mask. EISDIR for a
+    /// folder, EOPNOTSUPP for a fifo, socket or device, EACCES for a file without write permission (a rename
+    /// would replace it all the same), EBUSY when one is open here already.
     [[nodiscard]] int open(const QByteArray& target);
 
     [[nodiscard]] bool isOpen() const noexcept { return mFile.isOpen(); }
@@ -38,9 +38,9 @@ public:
     /// Fills the buffer from the offset; `count` tells how much there was.
     [[nodiscard]] int readAt(std::int64_t offset, void* buffer, std::size_t size, std::size_t& count) const;
 
-    /// Flushes to the disk, closes, and renames into place; then flushes the folder. Nothing is open afterwards. On
-    /// failure the old file stands and nothing else is left, with one exception: when only the folder's flush
-    /// fails, the new content is in place already and may not survive a power cut.
+    /// Flushes to the disk, closes, and renames into place; then flushes the folder. Nothing is open
+    /// afterwards. On failure the old file stands and nothing else is left, with one exception: when only the
+    /// folder's flush fails, the new content is in place already and may not survive a power cut.
     [[nodiscard]] int commit();
 
     /// Removes what was written. Nothing is open afterwards.

@@ -35,7 +35,8 @@ struct FileDetails {
 /// The details of one item, by exactly one statx that asks a network file system for no fresh answer.
 [[nodiscard]] int fileDetails(const QByteArray& path, LinkRule links, FileDetails& out);
 
-/// Whether there is an item of that name: 0, or errno (ENOENT, ENOTDIR, EACCES, ...). A dangling link is there.
+/// Whether there is an item of that name: 0, or errno (ENOENT, ENOTDIR, EACCES, ...). A dangling link is
+/// there.
 [[nodiscard]] int fileExists(const QByteArray& path);
 
 } // namespace VKPlatform

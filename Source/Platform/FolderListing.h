@@ -1,6 +1,6 @@
 // The entries of one folder, read from the kernel in large blocks, with details on demand. "." and ".." are
-// never delivered; the order is the file system's own; every name is given as the bytes on disk. What is added
-// or removed while the listing runs may or may not appear. One thread at a time.
+// never delivered; the order is the file system's own; every name is given as the bytes on disk. What is
+// added or removed while the listing runs may or may not appear. One thread at a time.
 #pragma once
 
 #include "Platform/FileDescriptor.h"

@@ -1,0 +1,13 @@
+// The core library in one include.
+#pragma once
+
+#include <VKCoreKit/CBaseCore.h>
+#include <VKCoreKit/VKCFRef.h>
+#include <VKCoreKit/VKFileMgr.h>
+#include <VKCoreKit/VKFolderReader.h>
+#include <VKCoreKit/VKLog.h>
+#include <VKCoreKit/VKStatus.h>
+#include <VKCoreKit/VKStream.h>
+#include <VKCoreKit/VKString.h>
+#include <VKCoreKit/VKTypes.h>
+#include <VKCoreKit/VKUtils.h>
