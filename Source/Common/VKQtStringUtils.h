@@ -41,10 +41,11 @@ public:
     [[nodiscard]] static CFStringRef createCFStringRefFromQString(const QString& text);
 
     /// A CF URL of the URL's fully encoded form, without a base URL. Null when that text is not a URL for
-    /// CoreFoundation; an empty URL is one such text.
+    /// CoreFoundation.
     [[nodiscard]] static CFURLRef createCFURLRefFromQUrl(const QUrl& url);
 
-    /// A mutable data object that holds a copy of the bytes.
+    /// A mutable data object that holds a copy of the bytes. Their number is its capacity: it can be changed
+    /// but not lengthened. Made from no bytes it grows as needed.
     [[nodiscard]] static CFMutableDataRef createCFDataFromBytes(const QByteArray& bytes);
 
     /// A mutable array of one CF string per element, in order. Null if there is no memory for it.
