@@ -1,0 +1,196 @@
+// Works on the descriptor of the containing folder, so that a folder renamed meanwhile does not divert the
+// result.
+#include "Platform/AtomicFile.h"
+#include "Platform/Linux/ReadAt.h"
+
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace VKPlatform {
+
+namespace {
+
+constexpr int kNameTries = 100;
+constexpr int kLinkLimit = 40;
+constexpr qsizetype kNameLimit = 255;
+/// For file systems that take less than most (encrypting ones).
+constexpr qsizetype kShortNameLimit = 100;
+
+QByteArray randomSuffix() {
+    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    QByteArray suffix(6, Qt::Uninitialized);
+    for (char& letter : suffix) {
+        letter = kLetters[QRandomGenerator::system()->bounded(36)];
+    }
+    return suffix;
+}
+
+/// Where a flush is not known to a file system there is nothing to be flushed by it.
+int flushError() {
+    return errno == EINVAL || errno == ENOSYS || errno == EROFS || errno == ENOTSUP ? 0 : errno;
+}
+
+/// What the link at `path` leads to in the end, which need not exist. errno.
+int resolveLinks(QByteArray& path) {
+    for (int links = 0; links <= kLinkLimit; ++links) {
+        QByteArray target(PATH_MAX, Qt::Uninitialized);
+        const ssize_t size =
+            ::readlink(path.constData(), target.data(), static_cast<std::size_t>(target.size()));
+        if (size < 0) {
+            return errno == EINVAL || errno == ENOENT ? 0 : errno;
+        }
+        target.truncate(size);
+        path = target.startsWith('/') ? target : QByteArray(path.first(path.lastIndexOf('/') + 1) + target);
+    }
+    return ELOOP;
+}
+
+/// The folder for names and for flushing; only for names where it may not be read.
+int openFolder(const QByteArray& path, FileDescriptor& folder) {
+    folder = FileDescriptor(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen() && errno == EACCES) {
+        folder = FileDescriptor(::open(path.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    return folder.isOpen() ? 0 : errno;
+}
+
+/// Owner first: changing it can take set-user bits away. What the process may not give away stays its own.
+int copyOwnerAndMode(int file, const struct stat& from) {
+    if (::fchown(file, from.st_uid, from.st_gid) != 0 &&
+        ::fchown(file, static_cast<uid_t>(-1), from.st_gid) != 0 && errno != EPERM && errno != ENOSYS &&
+        errno != ENOTSUP && errno != EINVAL) {
+        return errno;
+    }
+    if (::fchmod(file, from.st_mode & 07777U) != 0 && errno != EPERM && errno != ENOSYS && errno != ENOTSUP) {
+        return errno;
+    }
+    return 0;
+}
+
+} // namespace
+
+AtomicFile::~AtomicFile() { abandon(); }
+
+int AtomicFile::open(const QByteArray& target) {
+    if (isOpen()) {
+        return EBUSY;
+    }
+    QByteArray path = target;
+    if (const int error = resolveLinks(path); error != 0) {
+        return error;
+    }
+    const qsizetype slash = path.lastIndexOf('/');
+    mName = path.sliced(slash + 1);
+    if (mName.isEmpty()) {
+        return path.isEmpty() ? ENOENT : EISDIR;
+    }
+    const QByteArray folder = slash < 0 ? QByteArray(".") : slash == 0 ? QByteArray("/") : path.first(slash);
+    if (const int error = openFolder(folder, mFolder); error != 0) {
+        return error;
+    }
+    struct stat existing;
+    if (::fstatat(mFolder.get(), mName.constData(), &existing, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno == ENOENT ? openTemporary(0666) : errno;
+    }
+    if (!S_ISREG(existing.st_mode)) {
+        return S_ISDIR(existing.st_mode) ? EISDIR : EOPNOTSUPP;
+    }
+    if (::faccessat(mFolder.get(), mName.constData(), W_OK, AT_EACCESS) != 0) {
+        return errno;
+    }
+    int error = openTemporary(0600);
+    if (error == 0) {
+        error = copyOwnerAndMode(mFile.get(), existing);
+        if (error != 0) {
+            abandon();
+        }
+    }
+    return error;
+}
+
+int AtomicFile::openTemporary(unsigned mode) {
+    qsizetype limit = kNameLimit;
+    for (int tries = 0; tries < kNameTries; ++tries) {
+        // The member names only what was created here: abandon() removes it.
+        QByteArray name = temporaryFileName(mName, randomSuffix(), limit);
+        mFile = FileDescriptor(::openat(mFolder.get(), name.constData(),
+                                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        if (mFile.isOpen()) {
+            mTemporaryName = std::move(name);
+            return 0;
+        }
+        if (errno == ENAMETOOLONG && limit != kShortNameLimit) {
+            limit = kShortNameLimit;
+        } else if (errno != EEXIST && errno != EINTR) {
+            return errno;
+        }
+    }
+    return EEXIST;
+}
+
+int AtomicFile::writeAt(std::int64_t offset, const void* data, std::size_t size) {
+    const char* from = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t written = retried([&] { return ::pwrite(mFile.get(), from, size, offset); });
+        if (written < 0) {
+            return errno;
+        }
+        if (written == 0) {
+            return ENOSPC;
+        }
+        from += written;
+        size -= static_cast<std::size_t>(written);
+        offset += written;
+    }
+    return 0;
+}
+
+int AtomicFile::readAt(std::int64_t offset, void* buffer, std::size_t size, std::size_t& count) const {
+    return readFullyAt(mFile.get(), offset, buffer, size, count);
+}
+
+int AtomicFile::finish() {
+    if (retried([&] { return ::fdatasync(mFile.get()); }) != 0) {
+        if (const int error = flushError(); error != 0) {
+            return error;
+        }
+    }
+    // A network file system may report here what it could not store. Interrupted, it is closed all the same.
+    if (const int error = mFile.close(); error != 0 && error != EINTR) {
+        return error;
+    }
+    if (::renameat(mFolder.get(), mTemporaryName.constData(), mFolder.get(), mName.constData()) != 0) {
+        return errno;
+    }
+    mTemporaryName.clear();
+    if (::fsync(mFolder.get()) != 0 && errno != EBADF) { // EBADF: open only for names
+        return flushError();
+    }
+    return 0;
+}
+
+int AtomicFile::commit() {
+    if (!isOpen()) {
+        return EBADF;
+    }
+    const int error = finish();
+    abandon();
+    return error;
+}
+
+void AtomicFile::abandon() noexcept {
+    mFile.close();
+    if (!mTemporaryName.isEmpty()) {
+        ::unlinkat(mFolder.get(), mTemporaryName.constData(), 0);
+        mTemporaryName.clear();
+    }
+    mFolder.close();
+}
+
+} // namespace VKPlatform
