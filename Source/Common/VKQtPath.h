@@ -56,8 +56,8 @@ public:
     VKQtPath(const QFileInfo& info);
 
     /// The entry itself, as an absolute path. A folder if one exists there, under this name or under another
-    /// Unicode spelling of it; what does not exist is a file. An empty URL gives an empty path; a URL that is
-    /// no local file has no local name and gives the current folder. Asks the file system.
+    /// Unicode spelling of it; what does not exist is a file. A URL that is empty or names no local file
+    /// gives an empty path. Asks the file system.
     VKQtPath(const QUrl& url);
 
     /// setPath(text, folder). A null string gives an empty text.
@@ -268,8 +268,9 @@ public:
     /// of the kind, and it may span components, so "x.ajpeg" and "/a.b/cjpg" are JPEG files; "/photo" is
     /// nothing.
     ///
-    ///     isJPG "jpg" "jpeg"    isPNG "png"    isGIF "gif"    isTiff "tif" "tiff"    isHeic "heic"    isDNG
-    ///     "dng" isXMP "xmp"    isPhotoshop "psd" "psb"    isVKX "vkx"    isVKPhoto "vkphoto"
+    ///     isJPG  "jpg" "jpeg"     isPNG "png"     isTiff      "tif" "tiff"     isVKX     "vkx"
+    ///     isHeic "heic"           isGIF "gif"     isPhotoshop "psd" "psb"      isVKPhoto "vkphoto"
+    ///     isDNG  "dng"            isXMP "xmp"
     [[nodiscard]] bool isJPG() const noexcept;
     [[nodiscard]] bool isPNG() const noexcept;
     [[nodiscard]] bool isGIF() const noexcept;
@@ -313,6 +314,8 @@ private:
     struct CacheRelease {
         void operator()(VKQtPath* path) const noexcept { path->Release(); }
     };
+
+    void setJoinedPath(const QString& text, bool folder);
 
     QString mPath;
     bool mFolder = false;

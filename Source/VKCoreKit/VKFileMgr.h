@@ -53,3 +53,8 @@ struct VKItemDetails {
 /// for null pointers, 1002 when the URL names no file, otherwise the errno. `*details` changes only on
 /// success.
 VKCORE_EXPORT VKStatus VKFileMgrGetItemDetails(CFURLRef url, bool followLinks, VKItemDetails* details);
+
+/// Whether the file system that holds the item is on this machine: `*local` is false for one that gets its
+/// files over a network. A link is followed. 1005 for null pointers, 1002 when the URL names no file, 1070
+/// when the system cannot tell, as for a missing item. `*local` changes only on success.
+VKCORE_EXPORT VKStatus VKFileMgrGetLocal(CFURLRef url, bool* local);

@@ -1,0 +1,31 @@
+// The loops over UTF-16 text that paths are made of, eight or sixteen units at a time. Inner: not installed.
+// None of them allocates or looks outside the text.
+#pragma once
+
+#include <QStringView>
+
+#include <cstddef>
+
+namespace VKQtTextKernels {
+
+/// What one pass over a text finds.
+struct PathScan {
+    bool hasBackslash = false;
+    bool isAscii = true;
+};
+
+[[nodiscard]] PathScan scanPath(QStringView text) noexcept;
+
+/// Copies `text` to `to`, which has room for it, with "/" for every backslash.
+void copyWithSlashes(char16_t* to, QStringView text) noexcept;
+
+/// The position of the last `unit`, -1 if there is none.
+[[nodiscard]] qsizetype lastIndexOf(QStringView text, char16_t unit) noexcept;
+
+/// Whether QString::compare(a, b, Qt::CaseInsensitive) is 0, for every text.
+[[nodiscard]] bool equalIgnoringCase(QStringView a, QStringView b) noexcept;
+
+/// A hash that is the same for texts that equalIgnoringCase() calls equal.
+[[nodiscard]] size_t hashIgnoringCase(QStringView text, size_t seed) noexcept;
+
+} // namespace VKQtTextKernels
