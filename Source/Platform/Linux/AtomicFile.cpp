@@ -46,7 +46,10 @@ int resolveLinks(QByteArray& path) {
             return errno == EINVAL || errno == ENOENT ? 0 : errno;
         }
         target.truncate(size);
-        path = target.startsWith('/') ? target : QByteArray(path.first(path.lastIndexOf('/') + 1) + target);
+        if (!target.startsWith('/')) {
+            target.prepend(QByteArrayView(path).first(path.lastIndexOf('/') + 1));
+        }
+        path = target;
     }
     return ELOOP;
 }
