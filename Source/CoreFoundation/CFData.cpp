@@ -5,6 +5,7 @@
 #include "CoreFoundation/CFQt.h"
 
 #include <QByteArray>
+#include <QHashFunctions>
 
 #include <algorithm>
 #include <cstdlib>
