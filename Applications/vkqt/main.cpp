@@ -1,0 +1,95 @@
+// vkqt: the library's services from a shell. Finds the command, hands it its line, and tells how it ended.
+#include "CommandLine.h"
+#include "Help.h"
+
+#include <VKCoreKit/VKLog.h>
+
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace VKTool;
+
+// A file that is opened while a standard descriptor is closed would take its number, and our words.
+// Answers whether standard output is usable.
+bool holdStandardDescriptors() {
+    const bool usable = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
+    int opened = 0;
+    do {
+        opened = ::open("/dev/null", O_RDWR);
+    } while (opened >= 0 && opened <= STDERR_FILENO);
+    if (opened >= 0) {
+        ::close(opened);
+    }
+    return usable;
+}
+
+// What a command cannot do it says itself; the library's own record of it is for --verbose.
+void dropLog(const VKLogRecord& /*record*/, void* /*context*/) {}
+
+int runCommand(const GlobalLine& line, Output& output) {
+    const CommandSpec* command = findCommand(line.command);
+    if (command == nullptr) {
+        complain(u": "_s + unknownCommandSentence(line.command) + u"\nTry \"vkqt --help\"."_s);
+        return kExitUsage;
+    }
+    Invocation invocation(*command, output);
+    if (!invocation.parse(line.rest)) {
+        return kExitUsage;
+    }
+    const bool colorGiven = !invocation.values(u"color"_s).isEmpty() || line.color.isEmpty();
+    output.setColor(colorChoice(colorGiven ? invocation.value(u"color"_s) : line.color));
+    if (invocation.isOn(u"help"_s) || line.help) {
+        output.write(commandHelp(*command, output));
+        return kExitFine;
+    }
+    if (!invocation.isOn(u"verbose"_s) && !line.verbose) {
+        VKLogSetHandler(&dropLog, nullptr);
+    }
+    return command->run(invocation);
+}
+
+int run(const QStringList& arguments, Output& output) {
+    GlobalLine line;
+    if (!parseGlobalLine(arguments, line)) {
+        return kExitUsage;
+    }
+    output.setColor(colorChoice(line.color));
+    if (line.version) {
+        output.write(versionLine() + u'\n');
+        return kExitFine;
+    }
+    if (!line.command.isEmpty()) {
+        return runCommand(line, output);
+    }
+    if (line.help) {
+        output.write(generalHelp(output));
+        return kExitFine;
+    }
+    complain(u": which command? Try \"vkqt --help\" for the list."_s);
+    return kExitUsage;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool writable = holdStandardDescriptors();
+    // A reader that leaves early ends the output, not the program: see Output.
+    std::signal(SIGPIPE, SIG_IGN);
+    const QStringList arguments = decodeArguments(argc, argv);
+    const QCoreApplication application(argc, argv);
+    Output output(STDOUT_FILENO);
+    int status = run(arguments, output);
+    const int error = writable ? output.finish() : EBADF;
+    if (error != 0 && status != kExitUsage) {
+        complain(u": the output could not be written: "_s + reasonOf(static_cast<VKStatus>(error)));
+        status = kExitFailed;
+    }
+    return status;
+}
