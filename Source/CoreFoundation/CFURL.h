@@ -32,7 +32,8 @@ enum : CFURLPathStyle { kCFURLPOSIXPathStyle = 0, kCFURLHFSPathStyle = 1, kCFURL
 ///
 ///     "/a b/é", false -> file:///a%20b/%C3%A9     "/a/", false -> file:///a     "/a", true -> file:///a/
 ///     "//s/a", false  -> file:////s/a             "/", either  -> file:///      "/a%41" -> file:///a%2541
-///     "a", false      -> a      base: the folder that is current now, as file:///current/folder/
+///     "a", false      -> a      base: the folder that is current now, as file:///current/folder/; no base
+///                               when that folder is gone
 ///     Windows style "C:\a b" -> file:///C:/a%20b      "\\srv\f" -> file://///srv/f
 [[nodiscard]] VKCORE_EXPORT CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef path,
                                                                    CFURLPathStyle style, Boolean isDirectory);
@@ -51,11 +52,11 @@ enum : CFURLPathStyle { kCFURLPOSIXPathStyle = 0, kCFURLHFSPathStyle = 1, kCFURL
 [[nodiscard]] VKCORE_EXPORT CFURLRef CFURLGetBaseURL(CFURLRef url);
 
 /// The URL resolved against its base: the same one, retained, if it has none. Dot segments of a relative path
-/// go with that, but for ".." above the root. Null for none.
+/// go with that, but for ".." above the root. Null when the base has no path to resolve in (mailto:x).
 ///
-///     "a" in file:///x/y -> file:///x/a    "a" in file:///x/y/ -> file:///x/y/a    "../a" in file:///w/ ->
-///     file:///a
-///     "?q" in file:///x/y -> file:///x/y?q    "/a" -> file:///a    "//h/z" -> file://h/z    "" -> the base
+///     "a" in file:///x/y -> file:///x/a       "a" in file:///x/y/ -> file:///x/y/a
+///     "../a" in file:///w/ -> file:///a       "?q" in file:///x/y -> file:///x/y?q
+///     "/a" -> file:///a       "//h/z" -> file://h/z       "" -> the base
 [[nodiscard]] VKCORE_EXPORT CFURLRef CFURLCopyAbsoluteURL(CFURLRef url);
 
 /// The path of the URL's own text (a relative one is not resolved), unescaped, without a final "/". Null when
@@ -89,8 +90,8 @@ enum : CFURLPathStyle { kCFURLPOSIXPathStyle = 0, kCFURLHFSPathStyle = 1, kCFURL
 [[nodiscard]] VKCORE_EXPORT CFStringRef CFURLCopyPathExtension(CFURLRef url);
 
 /// A copy with one more component at the end of the path, escaped; slashes around it are not doubled, and
-/// `isDirectory` decides about a final "/". Query, fragment and base stay. Null when the URL has no path to
-/// append to or the component has a NUL or an unpaired surrogate.
+/// `isDirectory` decides about a final "/". Query, fragment and base stay. Null when the URL has neither
+/// path nor host, or the component has a NUL or an unpaired surrogate.
 [[nodiscard]] VKCORE_EXPORT CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator,
                                                                            CFURLRef url,
                                                                            CFStringRef component,
