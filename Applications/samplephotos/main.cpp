@@ -1,10 +1,10 @@
 // samplephotos FOLDER: writes a small folder of real pictures with the kinds of names that photographers have.
 #include "Scene.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QGuiApplication>
 #include <QImageWriter>
 #include <QTimeZone>
 
@@ -33,15 +33,15 @@ std::vector<Picture> pictures() {
     const Scene evening = {QColor(66, 58, 110), QColor(250, 150, 90), QColor(30, 24, 48), 0.55, 0.3, 37};
     const Scene night = {QColor(8, 12, 32), QColor(44, 56, 96), QColor(6, 8, 18), 0.82, 0.74, 53};
     return {
-        {u"IMG_2.jpg"_s, {1200, 800}, 0, morning},
-        {u"IMG_10.jpg"_s, {1200, 800}, 0, noon},
-        {u"PANORAMA.JPG"_s, {1800, 600}, 1, evening},
+        {u"IMG_2.jpg"_s, {3000, 2000}, 0, morning},
+        {u"IMG_10.jpg"_s, {3000, 2000}, 0, noon},
+        {u"PANORAMA.JPG"_s, {4000, 1200}, 1, evening},
         // "é" as "e" and a combining accent, the spelling that some systems give their files.
-        {u"Cafe\u0301 am See.jpg"_s, {900, 1200}, 2, morning},
+        {u"Cafe\u0301 am See.jpg"_s, {1800, 2400}, 2, morning},
         {u"東京タワー.png"_s, {640, 480}, 5, night},
         {u"Screenshot.png"_s, {480, 300}, 6, noon},
-        {u".hidden-original.jpg"_s, {600, 400}, 0, morning},
-        {u"Raw selects/Ridge.jpg"_s, {1000, 750}, 3, evening},
+        {u".hidden-original.jpg"_s, {1500, 1000}, 0, morning},
+        {u"Raw selects/Ridge.jpg"_s, {2400, 1800}, 3, evening},
         {u"Raw selects/Water.png"_s, {500, 375}, 3, night},
     };
 }
@@ -61,7 +61,7 @@ QString setModified(const QString& path, const QDateTime& time) {
 
 QString writePicture(const QString& path, const Picture& picture) {
     QImageWriter writer(path, path.endsWith(u".png"_s) ? "png" : "jpeg");
-    writer.setQuality(path.endsWith(u".png"_s) ? 60 : 88);
+    writer.setQuality(path.endsWith(u".png"_s) ? 60 : 93);
     if (!writer.write(drawScene(picture.scene, picture.size))) {
         return path + u": "_s + writer.errorString();
     }
@@ -100,8 +100,8 @@ QString writeAll(const QString& folder) {
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QGuiApplication application(argc, argv);
+    // Painting into images needs no window system; the picture formats' plug-ins need an application.
+    const QCoreApplication application(argc, argv);
     if (argc != 2 || *argv[1] == '\0' || *argv[1] == '-') {
         std::fprintf(stderr, "Usage: samplephotos FOLDER\nWrites a few pictures into FOLDER, which is made "
                              "if it is missing.\n");

@@ -81,11 +81,10 @@ QString optionSynopsis(const OptionSpec& option) {
 
 QString optionMeaning(const OptionSpec& option) {
     if (option.form == OptionSpec::OnOff) {
-        return option.help +
-               (option.initially ? u" On unless you say no."_s : u" Off unless you ask for it."_s);
+        return option.help + (option.initially ? u" Default: on."_s : u" Default: off."_s);
     }
     return option.initialValue.isEmpty() ? option.help
-                                         : option.help + u" At first: "_s + option.initialValue + u'.';
+                                         : option.help + u" Default: "_s + option.initialValue + u'.';
 }
 
 QString generalHelp(const Output& output) {
