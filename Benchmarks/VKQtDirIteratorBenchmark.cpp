@@ -182,6 +182,7 @@ struct FrameworkEntry {
     QDateTime modified;
 };
 
+/// The same fields, so the dates in UTC.
 std::size_t listByQDirIterator(const QStringList& nameFilters) {
     static std::vector<FrameworkEntry> sEntries;
     sEntries.clear();
@@ -190,8 +191,8 @@ std::size_t listByQDirIterator(const QStringList& nameFilters) {
     while (iterator.hasNext()) {
         iterator.next();
         const QFileInfo info = iterator.fileInfo();
-        sEntries.push_back(
-            {info.filePath(), info.isDir(), info.size(), info.birthTime(), info.lastModified()});
+        sEntries.push_back({info.filePath(), info.isDir(), info.size(), info.birthTime().toUTC(),
+                            info.lastModified().toUTC()});
     }
     return sEntries.size();
 }
