@@ -159,8 +159,9 @@ void CFObjectTest::equalMeansEqualHash() {
     std::vector<Owned<CFTypeRef>> values;
     const auto add = [&values](CFTypeRef value) { values.emplace_back(value); };
     for (const char16_t* text : {u"", u"a", u"b", u"\u00E9", u"e\u0301"}) {
-        add(CFStringCreateWithQString(QString(text)));
-        add(CFStringCreateMutableCopy(nullptr, 0, own(CFStringCreateWithQString(QString(text))).get()));
+        add(CFStringCreateWithQString(QString::fromUtf16(text)));
+        add(CFStringCreateMutableCopy(nullptr, 0,
+                                      own(CFStringCreateWithQString(QString::fromUtf16(text))).get()));
     }
     for (const double real :
          {0.0, -0.0, 1.0, 1.5, 9007199254740992.0, 9.3e18, -9.3e18, qQNaN(), -qQNaN(), qInf()}) {
@@ -176,14 +177,14 @@ void CFObjectTest::equalMeansEqualHash() {
         add(CFNumberCreate(nullptr, kCFNumberSInt16Type, &narrow));
     }
     const QByteArray longBytes(100, 'x');
-    for (const QByteArray& bytes : {QByteArray(), QByteArray("a"), longBytes, longBytes + 'y'}) {
+    for (const QByteArray& bytes : {QByteArray(), QByteArray("a"), longBytes, QByteArray(longBytes + 'y')}) {
         add(CFDataCreateWithQByteArray(bytes));
         const CFMutableDataRef data = CFDataCreateMutable(nullptr, 0);
         CFDataAppendBytes(data, reinterpret_cast<const UInt8*>(bytes.constData()), bytes.size());
         add(data);
     }
     for (const char16_t* text : {u"file:///a", u"file:///a/", u"FILE:///a", u"a", u"?q"}) {
-        const auto string = makeString(QString(text));
+        const auto string = makeString(QString::fromUtf16(text));
         const auto base = own(CFURLCreateWithString(nullptr, CFSTR("file:///x/y"), nullptr));
         add(CFURLCreateWithString(nullptr, string.get(), nullptr));
         add(CFURLCreateWithString(nullptr, string.get(), base.get()));
