@@ -56,11 +56,32 @@ int compareUnits(QStringView first, QStringView second, bool byCodePoint, bool n
     return sign((first.size() - i) - (second.size() - j));
 }
 
+// The framework folds each character to one. Those that fold to several are the ones of which the other case has
+// several characters: these are taken through that case.
+QString fullyFolded(const QString& text) {
+    constexpr char16_t kDottedCapitalI = 0x0130;
+    const QString folded = text.toCaseFolded();
+    if (folded.toUpper().size() == folded.size() && !folded.contains(QChar(kDottedCapitalI))) {
+        return folded;
+    }
+    QString result;
+    for (const QChar unit : folded) {
+        const QString character(unit);
+        const QString upper = character.toUpper();
+        if (upper.size() > 1) {
+            result += upper.toCaseFolded();
+        } else {
+            result += unit == kDottedCapitalI ? character.toLower() : character;
+        }
+    }
+    return result;
+}
+
 QString comparable(const QString& text, CFStringCompareFlags options) {
     const bool nonliteral = (options & kCFCompareNonliteral) != 0;
     QString result = nonliteral ? text.normalized(QString::NormalizationForm_D) : text;
     if ((options & kCFCompareCaseInsensitive) != 0) {
-        result = result.toCaseFolded();
+        result = fullyFolded(result);
         // Folding can bring composed characters back.
         if (nonliteral) {
             result = result.normalized(QString::NormalizationForm_D);
