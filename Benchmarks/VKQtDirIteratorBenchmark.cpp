@@ -27,6 +27,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -156,7 +157,7 @@ std::size_t listByIterator(const VKQtPathFilter& filter) {
         VKQtDirIterator::makeIterator(VKQtPath(folder(), true), filter));
     VKQtDirIterator::Entry entry;
     while (iterator->next(entry)) {
-        sEntries.push_back(entry);
+        sEntries.push_back(std::move(entry));
     }
     return iterator->status() == 0 ? sEntries.size() : 0;
 }
