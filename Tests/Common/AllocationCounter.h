@@ -1,0 +1,20 @@
+// Counts what the calling thread allocates, in programs that link AllocationCounter.cpp. Where a sanitizer owns
+// the allocator nothing is counted: `available` is false there.
+#pragma once
+
+#include <cstddef>
+
+class AllocationCounter {
+public:
+    static const bool available;
+
+    /// Starts counting at 0. One counter at a time on each thread.
+    AllocationCounter() noexcept;
+    ~AllocationCounter();
+    AllocationCounter(const AllocationCounter&) = delete;
+    AllocationCounter& operator=(const AllocationCounter&) = delete;
+
+    [[nodiscard]] int count() const noexcept;
+    /// The largest number of bytes that was asked for at once.
+    [[nodiscard]] std::size_t largest() const noexcept;
+};
