@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -60,12 +61,12 @@ int compareUnits(QStringView first, QStringView second, bool byCodePoint, bool n
 // several characters: these are taken through that case.
 QString fullyFolded(const QString& text) {
     constexpr char16_t kDottedCapitalI = 0x0130;
-    const QString folded = text.toCaseFolded();
+    QString folded = text.toCaseFolded();
     if (folded.toUpper().size() == folded.size() && !folded.contains(QChar(kDottedCapitalI))) {
         return folded;
     }
     QString result;
-    for (const QChar unit : folded) {
+    for (const QChar unit : std::as_const(folded)) {
         const QString character(unit);
         const QString upper = character.toUpper();
         if (upper.size() > 1) {

@@ -1,8 +1,6 @@
 // Text: encodings, units, order, normalization, constants, sharing with QString.
 #include "CFTestSupport.h"
 
-#include <QProcess>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -440,14 +438,11 @@ void CFStringTest::normalizes() {
 void CFStringTest::consortiumsNormalizationTests() {
     const QString file = QStringLiteral("/usr/share/unicode/NormalizationTest.txt.bz2");
     VKTEST_NEEDS(QFile::exists(file), "the package unicode-data");
-    QProcess unpack;
-    unpack.start(QStringLiteral("bzip2"), {QStringLiteral("-dc"), file});
-    VKTEST_NEEDS(unpack.waitForStarted(), "the program bzip2");
-    QVERIFY(unpack.waitForFinished());
-    QCOMPARE(unpack.exitCode(), 0);
+    const Output unpacked = outputOf("bzip2 -dc " + QFile::encodeName(file));
+    QCOMPARE(unpacked.status, 0);
     int checked = 0;
     int tooNew = 0;
-    for (const QByteArray& line : unpack.readAllStandardOutput().split('\n')) {
+    for (const QByteArray& line : unpacked.text.split('\n')) {
         const QStringList columns = QString::fromUtf8(line.left(line.indexOf('#'))).split(u';');
         if (columns.size() < 6) {
             continue;
