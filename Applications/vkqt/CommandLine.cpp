@@ -41,12 +41,15 @@ QString refusal(const QCommandLineParser& parser, const std::vector<OptionSpec>&
         text.chop(text.endsWith(u'.') ? 1 : 0);
         return shown(text.left(1).toLower() + text.mid(1));
     }
+    const QString& name = unknown.constFirst();
+    if (name.size() == 1) {
+        return u"there is no option -"_s + shown(name);
+    }
     QStringList known;
     for (const OptionSpec& option : options) {
         known << optionNames(option);
     }
-    const QString& name = unknown.constFirst();
-    const QString typed = (name.size() == 1 ? u"-"_s : u"--"_s) + name;
+    const QString typed = u"--"_s + name;
     return u"there is no option "_s + shown(typed) + suggestion(nearestName(typed, known));
 }
 
@@ -236,6 +239,9 @@ ColorChoice colorChoice(const QString& word) {
 }
 
 QString reasonOf(VKStatus status) {
+    if (status == kVKStatusNotConvertible) {
+        return u"not a path"_s;
+    }
     QString text = QString::fromUtf8(VKStatusText(status));
     text.replace("directory"_L1, "folder"_L1);
     // "Is a folder" becomes "is a folder"; a name such as "HTTP 401" keeps its capitals.

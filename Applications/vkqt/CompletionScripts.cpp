@@ -293,7 +293,6 @@ QString fishCompletion() {
             if (argument.takes == Takes::Path) {
                 text += u"complete -c vkqt -n "_s + quotedForFish(condition) + u" -F\n"_s;
             } else if (!words.isEmpty()) {
-                // A command's own name among the words would end the condition of the others: ask for the first.
                 text += u"complete -c vkqt -n "_s + quotedForFish(condition) + u" -a "_s +
                         quotedForFish(words.join(u' ')) + u'\n';
             }

@@ -6,6 +6,8 @@
 #include <VKQtPathFilter.h>
 #include <VKQtStringUtils.h>
 
+#include <vector>
+
 namespace VKTool {
 
 using namespace Qt::StringLiterals;
@@ -33,6 +35,7 @@ ItemFacts askDisk(const QString& path) {
         if (VKFileMgrGetItemDetails(url.get(), true, &named) == 0) {
             details = named;
         } else {
+            facts.isDangling = true;
             details.sizeInBytes = 0;
         }
     }
@@ -79,6 +82,18 @@ QStringList formatsOf(const VKQtPath& path) {
 QByteArray bytesOnDisk(const VKQtPath& path) {
     const auto url = VKCFRef<CFURLRef>::adopt(path.createCFUrl());
     return url ? CFURLCopyFileSystemBytes(url.get()) : QByteArray();
+}
+
+QByteArray bytesAsGiven(const VKQtPath& path) {
+    const auto url = VKCFRef<CFURLRef>::adopt(path.createCFUrl());
+    if (!url) {
+        return {};
+    }
+    // What is resolved is never shorter, so its length is room enough.
+    std::vector<UInt8> buffer(static_cast<std::size_t>(CFURLCopyFileSystemBytes(url.get()).size()) + 1);
+    const auto size = static_cast<CFIndex>(buffer.size());
+    const bool fits = CFURLGetFileSystemRepresentation(url.get(), false, buffer.data(), size);
+    return fits ? QByteArray(reinterpret_cast<const char*>(buffer.data())) : QByteArray();
 }
 
 QString fileUrlText(const VKQtPath& path) {

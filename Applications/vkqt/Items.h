@@ -14,6 +14,7 @@ struct ItemFacts {
     VKStatus status = 0; ///< Not 0: there is no such item, or it cannot be asked; the rest is then unknown.
     bool isFolder = false;
     bool isLink = false;
+    bool isDangling = false; ///< A link that names nothing.
     qint64 size = 0;
     QDateTime created;
     QDateTime modified;
@@ -28,9 +29,12 @@ struct ItemFacts {
 /// The picture formats that the path's suffix says: {"JPEG"}. Loose as those tests are, so several may hold.
 [[nodiscard]] QStringList formatsOf(const VKQtPath& path);
 
-/// The bytes of the name on disk, as the other tools of the shell take them; null for a text that names
+/// The bytes of the whole path on disk, as the other tools of the shell take them; null for a text that names
 /// nothing (empty, or with a NUL).
 [[nodiscard]] QByteArray bytesOnDisk(const VKQtPath& path);
+
+/// The same, but a relative path stays relative.
+[[nodiscard]] QByteArray bytesAsGiven(const VKQtPath& path);
 
 /// The text of the file URL; null for a text that names nothing.
 [[nodiscard]] QString fileUrlText(const VKQtPath& path);

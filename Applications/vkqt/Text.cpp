@@ -117,16 +117,18 @@ QString humanSize(qint64 bytes) {
         return QString::number(bytes) + " B"_L1;
     }
     constexpr const char* kUnits[] = {" kB", " MB", " GB", " TB", " PB", " EB"};
-    // Whole tenths of the unit, so that 999 950 bytes round up to 1.0 MB and never to 1000 kB.
-    qint64 tenths = bytes / 100 + (bytes % 100 >= 50 ? 1 : 0);
-    std::size_t unit = 0;
-    while (tenths >= 9995) {
-        tenths = (tenths + 500) / 1000;
-        ++unit;
+    const auto size = static_cast<quint64>(bytes);
+    quint64 unit = 1000;
+    std::size_t name = 0;
+    // 999 500 bytes round up to 1.0 MB, never to 1000 kB.
+    while (name + 1 < std::size(kUnits) && size >= unit * 1000 - unit / 2) {
+        unit *= 1000;
+        ++name;
     }
+    const quint64 tenths = (size + unit / 20) / (unit / 10);
     const QString number = tenths < 100 ? QString::number(tenths / 10) + u'.' + QString::number(tenths % 10)
-                                        : QString::number((tenths + 5) / 10);
-    return number + QLatin1StringView(kUnits[unit]);
+                                        : QString::number((size + unit / 2) / unit);
+    return number + QLatin1StringView(kUnits[name]);
 }
 
 QString groupedNumber(qint64 number) {

@@ -39,13 +39,17 @@ int runCommand(const GlobalLine& line, Output& output) {
         complain(u": "_s + unknownCommandSentence(line.command) + u"\nTry \"vkqt --help\"."_s);
         return kExitUsage;
     }
+    if (line.help) {
+        output.write(commandHelp(*command, output));
+        return kExitFine;
+    }
     Invocation invocation(*command, output);
     if (!invocation.parse(line.rest)) {
         return kExitUsage;
     }
     const bool colorGiven = !invocation.values(u"color"_s).isEmpty() || line.color.isEmpty();
     output.setColor(colorChoice(colorGiven ? invocation.value(u"color"_s) : line.color));
-    if (invocation.isOn(u"help"_s) || line.help) {
+    if (invocation.isOn(u"help"_s)) {
         output.write(commandHelp(*command, output));
         return kExitFine;
     }

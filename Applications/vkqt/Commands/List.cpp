@@ -154,7 +154,7 @@ void Lister::write(const Section& section) {
 // Other programs take the bytes on disk, which are not always those of the canonical text.
 void Lister::writeName(const Section& section, const ListedItem& item, const QByteArray& folderBytes) {
     const bool asGiven = mWishes.form == Form::Names && section.folder.path().isEmpty();
-    QByteArray bytes = bytesOnDisk(asGiven ? VKQtPath(item.name, false) : item.entry.path);
+    QByteArray bytes = asGiven ? bytesAsGiven(VKQtPath(item.name, false)) : bytesOnDisk(item.entry.path);
     if (!folderBytes.isEmpty() && bytes.startsWith(folderBytes)) {
         bytes.remove(0, folderBytes.size());
         bytes.remove(0, bytes.startsWith('/') ? 1 : 0);

@@ -67,6 +67,9 @@ QString onDisk(const Facts& facts, const Output& output) {
     if (facts.item.status != 0) {
         return output.styled(Style::Bad, reasonOf(facts.item.status));
     }
+    if (facts.item.isDangling) {
+        return output.styled(Style::Bad, u"a link to nothing"_s);
+    }
     const QString what = facts.item.isFolder ? u"a folder"_s : u"a file of "_s + humanSize(facts.item.size);
     return output.styled(Style::Good, facts.item.isLink ? u"a link to "_s + what : what);
 }
