@@ -110,7 +110,7 @@ std::size_t listByHand(Keep keep) {
         std::uint8_t kind;
     };
     constexpr std::size_t kNameAt = offsetof(Header, kind) + 1;
-    constexpr std::size_t kBlockBytes = 256 * 1024;
+    constexpr std::size_t kBlockBytes = std::size_t{256} * 1024;
     static std::vector<RawRecord> sRecords;
     static std::vector<char> sNames;
     sRecords.clear();

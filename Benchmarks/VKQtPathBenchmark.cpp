@@ -87,6 +87,7 @@ void addConstruction() {
     add("copy/std::filesystem", [](std::size_t i) {
         static const std::vector<std::filesystem::path> sPaths = [] {
             std::vector<std::filesystem::path> made;
+            made.reserve(texts.size());
             for (const QString& text : texts) {
                 made.emplace_back(text.toStdU16String());
             }
@@ -205,6 +206,7 @@ void addComponents() {
     static const QString child = QStringLiteral("IMG_0001.JPG");
     static const std::vector<QString> folders = [] {
         std::vector<QString> made;
+        made.reserve(texts.size());
         for (const QString& text : texts) {
             made.push_back(text.left(text.lastIndexOf(u'/')));
         }

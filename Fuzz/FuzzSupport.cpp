@@ -46,7 +46,7 @@ int FuzzInput::number(int least, int most) {
 
 QByteArray FuzzInput::bytes() {
     const std::uint8_t* end = std::find(mData, mData + mLeft, kEndOfText);
-    const QByteArray taken(reinterpret_cast<const char*>(mData), end - mData);
+    QByteArray taken(reinterpret_cast<const char*>(mData), end - mData);
     const auto used = static_cast<std::size_t>(end - mData) + (end == mData + mLeft ? 0 : 1);
     mData += used;
     mLeft -= used;
@@ -67,7 +67,7 @@ QString FuzzInput::text() {
 }
 
 QByteArray FuzzInput::rest() {
-    const QByteArray taken(reinterpret_cast<const char*>(mData), static_cast<qsizetype>(mLeft));
+    QByteArray taken(reinterpret_cast<const char*>(mData), static_cast<qsizetype>(mLeft));
     mData += mLeft;
     mLeft = 0;
     return taken;

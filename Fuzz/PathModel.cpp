@@ -31,7 +31,7 @@ QString PathModel::filename(const QString& path, bool folder) {
 }
 
 QString PathModel::baseName(const QString& path) {
-    const QString name = filename(path, false);
+    QString name = filename(path, false);
     for (qsizetype at = name.size(); at > 0; --at) {
         if (name.at(at - 1) == u'.') {
             return name.first(at - 1);
