@@ -2,6 +2,7 @@
 // text costs is decided by one pass over it: a canonical one is shared, any other is written once.
 #include "VKQtPath.h"
 
+#include "VKQtFormC.h"
 #include "VKQtPathFilter.h"
 #include "VKQtStringUtils.h"
 #include "VKQtSysInfo.h"
@@ -26,6 +27,7 @@ constexpr quint32 kNullTextInStream = 0xFFFFFFFFU;
 
 QString canonicalText(const QString& text, bool folder) {
     const VKQtTextKernels::PathScan scan = VKQtTextKernels::scanPath(text);
+    const bool isComposed = scan.allBits < VKQtFormC::kFirstMark;
     qsizetype kept = text.size();
     if (kept >= 3 && (text.back() == kSeparator || text.back() == u'\\')) {
         --kept;
@@ -34,7 +36,7 @@ QString canonicalText(const QString& text, bool folder) {
     const qsizetype length = isDrive ? kept + 1 : kept;
     // A drive that lost its slash gets it back: of equal length means unchanged.
     if (length == text.size() && !scan.hasBackslash) {
-        return scan.isAscii ? text : text.normalized(QString::NormalizationForm_C);
+        return isComposed ? text : VKQtFormC::composed(text);
     }
     QString rewritten(length, Qt::Uninitialized);
     char16_t* const units = reinterpret_cast<char16_t*>(rewritten.data());
@@ -42,7 +44,7 @@ QString canonicalText(const QString& text, bool folder) {
     if (isDrive) {
         units[kept] = kSeparator;
     }
-    return scan.isAscii ? rewritten : rewritten.normalized(QString::NormalizationForm_C);
+    return isComposed ? rewritten : VKQtFormC::composed(rewritten);
 }
 
 bool needsSeparator(const QString& text, const QString& part) {
@@ -140,6 +142,9 @@ VKQtPath::VKQtPath(const QString& text, bool folder) : mPath(canonicalText(text,
 
 VKQtPath::VKQtPath(const QString& text, bool folder, unsigned int volumeID)
     : mPath(canonicalText(text, folder)), mFolder(folder), mVolumeID(volumeID), mHasVolumeID(true) {}
+
+VKQtPath::VKQtPath(CanonicalFolder /*tag*/, QString&& text, unsigned int volumeID) noexcept
+    : mPath(std::move(text)), mFolder(true), mVolumeID(volumeID), mHasVolumeID(true) {}
 
 VKQtPath::~VKQtPath() = default;
 
@@ -265,22 +270,17 @@ VKQtPath VKQtPath::pathOnly() const {
     }
     // The text is made canonical twice. That takes up to two slashes from its end, here before it is copied.
     const VKQtTextKernels::PathScan scan = VKQtTextKernels::scanPath(folder);
-    if (scan.hasBackslash || !scan.isAscii) {
+    if (scan.hasBackslash || scan.allBits >= VKQtFormC::kFirstMark) {
         return VKQtPath(canonicalText(folder.toString(), mFolder), true, mVolumeID);
     }
     for (int pass = 0; pass < 2 && folder.size() >= 3 && folder.back() == kSeparator; ++pass) {
         folder.chop(1);
     }
-    VKQtPath result;
     if (folder.size() == 2 && folder[1] == u':') {
-        result.mPath = folder % kSeparator;
-    } else {
-        result.mPath = folder.size() == mPath.size() ? mPath : folder.toString();
+        return VKQtPath(CanonicalFolder(), folder % kSeparator, mVolumeID);
     }
-    result.mFolder = true;
-    result.mVolumeID = mVolumeID;
-    result.mHasVolumeID = true;
-    return result;
+    return VKQtPath(CanonicalFolder(), folder.size() == mPath.size() ? QString(mPath) : folder.toString(),
+                    mVolumeID);
 }
 
 QStringList VKQtPath::split() const {

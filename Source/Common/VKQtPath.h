@@ -315,6 +315,10 @@ private:
         void operator()(VKQtPath* path) const noexcept { path->Release(); }
     };
 
+    // For a text that is known to be canonical.
+    struct CanonicalFolder {};
+    VKQtPath(CanonicalFolder tag, QString&& text, unsigned int volumeID) noexcept;
+
     void setJoinedPath(const QString& text, bool folder);
 
     QString mPath;

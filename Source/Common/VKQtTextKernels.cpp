@@ -138,7 +138,10 @@ PathScan scanPath(QStringView text) noexcept {
     } else if (length > 0) {
         look(loadShort(units, length));
     }
-    return {anyBit(backslashes), isAsciiBlock(allBits)};
+    const Halves halves = reinterpret_cast<Halves>(allBits);
+    const std::uint64_t half = halves[0] | halves[1];
+    const std::uint64_t quarter = half | half >> 32U;
+    return {anyBit(backslashes), static_cast<char16_t>((quarter | quarter >> 16U) & 0xFFFFU)};
 }
 
 void copyWithSlashes(char16_t* to, QStringView text) noexcept {

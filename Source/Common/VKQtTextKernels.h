@@ -11,7 +11,7 @@ namespace VKQtTextKernels {
 /// What one pass over a text finds.
 struct PathScan {
     bool hasBackslash = false;
-    bool isAscii = true;
+    char16_t allBits = 0; ///< every bit that some unit has: an upper bound of the units
 };
 
 [[nodiscard]] PathScan scanPath(QStringView text) noexcept;
