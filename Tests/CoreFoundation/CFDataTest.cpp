@@ -126,11 +126,12 @@ void CFDataTest::borrowedMemoryShowsThrough() {
 // The leak check of the address sanitizer sees to it that the blocks are freed, once.
 void CFDataTest::mallocedMemoryIsFreed() {
     for (const CFAllocatorRef deallocator : {kCFAllocatorMalloc, kCFAllocatorDefault}) {
-        auto* const block = static_cast<UInt8*>(std::malloc(64));
-        QVERIFY(block != nullptr);
-        std::memset(block, 7, 64);
-        const auto data = own(CFDataCreateWithBytesNoCopy(nullptr, block, 64, deallocator));
-        QCOMPARE(CFDataGetBytePtr(data.get()), static_cast<const UInt8*>(block));
+        std::unique_ptr<UInt8, decltype(&std::free)> memory(static_cast<UInt8*>(std::malloc(64)), &std::free);
+        QVERIFY(memory != nullptr);
+        std::memset(memory.get(), 7, 64);
+        const UInt8* const block = memory.get();
+        const auto data = own(CFDataCreateWithBytesNoCopy(nullptr, memory.release(), 64, deallocator));
+        QCOMPARE(CFDataGetBytePtr(data.get()), block);
         QCOMPARE(content(data.get()), QByteArray(64, char(7)));
     }
 }

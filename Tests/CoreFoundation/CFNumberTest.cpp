@@ -18,6 +18,26 @@ Owned<CFNumberRef> narrowReal(float value) {
     return own(CFNumberCreate(nullptr, kCFNumberFloatType, &value));
 }
 
+template <class Integer>
+SInt64 readAs(const UInt8* memory) {
+    Integer value = 0;
+    std::memcpy(&value, memory, sizeof value);
+    return SInt64{value};
+}
+
+SInt64 readInteger(const UInt8* memory, CFIndex size) {
+    switch (size) {
+    case 1:
+        return readAs<SInt8>(memory);
+    case 2:
+        return readAs<SInt16>(memory);
+    case 4:
+        return readAs<SInt32>(memory);
+    default:
+        return readAs<SInt64>(memory);
+    }
+}
+
 // The bytes of a variable of the type, as a number tells that is made from one; 100 is none of the shared integers.
 CFIndex sizeOf(CFNumberType type) {
     const SInt64 probe = 100;
@@ -101,27 +121,7 @@ void CFNumberTest::toIntegers() {
     std::memset(memory, 0xA5, sizeof memory);
     QCOMPARE(bool(CFNumberGetValue(value.get(), type, memory + 8)), lossless);
     const CFIndex size = sizeOf(type);
-    SInt64 got = 0;
-    switch (size) {
-    case 1:
-        got = static_cast<SInt8>(memory[8]);
-        break;
-    case 2: {
-        SInt16 narrow;
-        std::memcpy(&narrow, memory + 8, 2);
-        got = narrow;
-        break;
-    }
-    case 4: {
-        SInt32 narrow;
-        std::memcpy(&narrow, memory + 8, 4);
-        got = narrow;
-        break;
-    }
-    default:
-        QCOMPARE(size, 8L);
-        std::memcpy(&got, memory + 8, 8);
-    }
+    const SInt64 got = readInteger(memory + 8, size);
     QCOMPARE(got, written);
     for (CFIndex i = 0; i < 24; ++i) {
         if (i < 8 || i >= 8 + size) {

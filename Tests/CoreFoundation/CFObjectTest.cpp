@@ -45,9 +45,11 @@ void CFObjectTest::countsReferences() {
 
 void CFObjectTest::countsInThreads() {
     const auto string = makeString(QStringLiteral("shared between threads"));
+    constexpr int kThreads = 4;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     std::atomic<int> misread = 0;
-    for (int t = 0; t < 4; ++t) {
+    for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&string, &misread] {
             for (int i = 0; i < 20000; ++i) {
                 CFRetain(string.get());

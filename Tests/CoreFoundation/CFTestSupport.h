@@ -34,7 +34,7 @@ inline Owned<CFStringRef> makeString(const QString& text) { return own(CFStringC
 
 /// The text of a string that is owned here; a null QString for null.
 inline QString takeText(CFStringRef string) {
-    const QString text = CFStringCopyQString(string);
+    QString text = CFStringCopyQString(string);
     if (string != nullptr) {
         CFRelease(string);
     }
