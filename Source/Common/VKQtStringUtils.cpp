@@ -24,16 +24,11 @@
 #include <limits>
 #include <new>
 
+using VKQtStringUtilsRules::logged;
+
 namespace {
 
 constexpr char kSourcePath[] = "VKQtCore/Source/Common/VKQtStringUtils";
-
-VKStatus logged(VKStatus status, int line) {
-    if (status != kVKStatusSuccess && status != kVKStatusCancelled) {
-        VKLogEvent(status, kSourcePath, line);
-    }
-    return status;
-}
 
 // A word character of the framework's regular expressions, whose "\w" is ASCII by default.
 bool isWordUnit(QChar unit) {
@@ -42,6 +37,13 @@ bool isWordUnit(QChar unit) {
 }
 
 } // namespace
+
+VKStatus VKQtStringUtilsRules::logged(VKStatus status, int line) {
+    if (status != kVKStatusSuccess && status != kVKStatusCancelled) {
+        VKLogEvent(status, kSourcePath, line);
+    }
+    return status;
+}
 
 void VKQtStringUtilsRules::assignBytes(const void* bytes, CFIndex length, QByteArray& out) {
     const char* const text = static_cast<const char*>(bytes);

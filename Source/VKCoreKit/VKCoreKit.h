@@ -1,4 +1,4 @@
-// The core library in one include.
+/// The core library in one include: counting, statuses, strings, files, streams and the log.
 #pragma once
 
 #include <VKCoreKit/CBaseCore.h>
