@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr std::size_t kBlockBytes = 64 * 1024;
+constexpr std::size_t kBlockBytes = std::size_t{64} * 1024;
 constexpr char kSource[] = "VKQtCore/Source/VKCoreKit/VKStream";
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "Platform/AtomicFile.h"
 #include "Platform/ReadableFile.h"
 
-#include "Platform/DiskSupport.h"
+#include "Support/DiskSupport.h"
 #include "Support/VKTest.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // Listing real folders, and the details of entries and paths.
 #include "Platform/FolderListing.h"
 
-#include "Platform/DiskSupport.h"
 #include "Platform/Utf8.h"
+#include "Support/DiskSupport.h"
 #include "Support/VKTest.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
 // Local and network file systems: the rule by rows, the answer on real mounts.
 #include "Platform/MountFacts.h"
 
-#include "Platform/DiskSupport.h"
+#include "Support/DiskSupport.h"
 #include "Support/VKTest.h"
 
 #include <QProcess>

@@ -1,8 +1,8 @@
 // From a path's text to the bytes on disk, on real folders.
 #include "Platform/OnDiskName.h"
 
-#include "Platform/DiskSupport.h"
 #include "Platform/Utf8.h"
+#include "Support/DiskSupport.h"
 #include "Support/VKTest.h"
 
 using namespace VKPlatform;

@@ -16,7 +16,7 @@ namespace VKPlatform {
 
 namespace {
 
-constexpr std::size_t kBlockBytes = 256 * 1024;
+constexpr std::size_t kBlockBytes = std::size_t{256} * 1024;
 constexpr std::size_t kLengthOffset = 16;
 constexpr std::size_t kTypeOffset = 18;
 constexpr std::size_t kNameOffset = 19;

@@ -28,7 +28,7 @@ QByteArray pathBelow(const char* mountPoint, const QByteArray& path) {
     const std::string link = "/proc/self/fd/" + std::to_string(item.get());
     char real[PATH_MAX];
     const ssize_t size = item.isOpen() ? ::readlink(link.c_str(), real, sizeof real) : -1;
-    const QByteArray start = QByteArray(mountPoint) + '/';
+    const QByteArray start = QByteArray(mountPoint).append('/');
     const QByteArrayView whole(real, size < 0 ? 0 : size);
     return whole.startsWith(start) ? whole.sliced(start.size()).toByteArray() : QByteArray();
 }

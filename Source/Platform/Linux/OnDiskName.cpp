@@ -218,8 +218,7 @@ std::optional<QByteArray> onDiskPath(QStringView text) {
     if (text.contains(QChar::Null)) {
         return std::nullopt;
     }
-    const std::optional<QByteArray> bytes =
-        encodeUtf8(text.toString().normalized(QString::NormalizationForm_C));
+    std::optional<QByteArray> bytes = encodeUtf8(text.toString().normalized(QString::NormalizationForm_C));
     if (!bytes) {
         return std::nullopt;
     }
