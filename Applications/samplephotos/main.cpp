@@ -85,7 +85,7 @@ QString writeAll(const QString& folder) {
         return selects + u": the folder cannot be made"_s;
     }
     for (const Picture& picture : pictures()) {
-        const QString wrong = writePicture(folder + u'/' + picture.name, picture);
+        QString wrong = writePicture(folder + u'/' + picture.name, picture);
         if (!wrong.isEmpty()) {
             return wrong;
         }

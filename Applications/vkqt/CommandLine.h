@@ -21,8 +21,8 @@ namespace VKTool {
 /// are taken off the working folder (whose own text holds no links). A ".." behind a name stays for the disk
 /// to answer, because the name may be a link.
 ///
-///     "a.jpg" -> "/work/a.jpg"     "./a/" -> "/work/a/"      "" -> "/work"
-///     "../x"  -> "/x"              "a/../b" -> "/work/a/../b"
+///     "a.jpg" -> "/trip/a.jpg"     "./a/" -> "/trip/a/"      "" -> "/trip"
+///     "../x"  -> "/x"              "a/../b" -> "/trip/a/../b"
 [[nodiscard]] QString absoluteText(const QString& text, const QString& workingFolder);
 
 /// The text of the working folder; empty when it cannot be told.

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kBlockBytes = 64 * 1024;
+constexpr qsizetype kBlockBytes = 65536;
 
 // 0, or the errno that stopped it.
 int writeAll(int descriptor, QByteArrayView bytes) {

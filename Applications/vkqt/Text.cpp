@@ -173,7 +173,7 @@ QString wrapped(const QString& text, int width, int indent) {
 }
 
 QByteArray jsonLine(const QJsonObject& object) {
-    const QByteArray plain = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    QByteArray plain = QJsonDocument(object).toJson(QJsonDocument::Compact);
     const QString text = QString::fromUtf8(plain);
     const auto drives = [](QChar c) { return drivesTerminal(c.unicode()); };
     if (std::none_of(text.begin(), text.end(), drives)) {

@@ -81,7 +81,7 @@ QJsonArray jsonArray(const QByteArray& output, bool* ok) {
 
 QStringList members(const QJsonArray& array, const QString& key) {
     QStringList texts;
-    for (const QJsonValue& value : array) {
+    for (const auto& value : array) {
         texts << value.toObject().value(key).toVariant().toString();
     }
     return texts;

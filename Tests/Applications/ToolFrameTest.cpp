@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VkqtFrameTest : public VKTest {
+class ToolFrameTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -42,13 +42,13 @@ const QStringList kCommands = {u"ls"_s, u"path"_s, u"completion"_s, u"help"_s, u
 
 } // namespace
 
-void VkqtFrameTest::initTestCase() {
+void ToolFrameTest::initTestCase() {
     mFolder = makeFolder(u"frame"_s);
     QVERIFY(makeItem(mFolder, "a.jpg", 1) && makeItem(mFolder, "clip.mov", 2) &&
             makeItem(mFolder, "sub", -1));
 }
 
-void VkqtFrameTest::generalHelp() {
+void ToolFrameTest::generalHelp() {
     const ToolRun run = runVkqt({u"--help"_s});
     QCOMPARE(run.status, 0);
     QCOMPARE(run.err, QByteArray());
@@ -67,7 +67,7 @@ void VkqtFrameTest::generalHelp() {
     }
 }
 
-void VkqtFrameTest::version() {
+void ToolFrameTest::version() {
     const ToolRun run = runVkqt({u"--version"_s});
     QCOMPARE(run.status, 0);
     const QString pattern = u"^vkqt %1 \\(VKQtCoreLite %1, Qt %2\\)\n$"_s.arg(
@@ -76,7 +76,7 @@ void VkqtFrameTest::version() {
     QVERIFY2(QRegularExpression(pattern).match(QString::fromUtf8(run.out)).hasMatch(), run.out.constData());
 }
 
-void VkqtFrameTest::commandHelp_data() {
+void ToolFrameTest::commandHelp_data() {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QStringList>("options");
     const QStringList common = {u"--color WHEN"_s, u"--verbose"_s, u"-h, --help"_s};
@@ -93,7 +93,7 @@ void VkqtFrameTest::commandHelp_data() {
     QTest::newRow("manual") << u"manual"_s << common;
 }
 
-void VkqtFrameTest::commandHelp() {
+void ToolFrameTest::commandHelp() {
     QFETCH(QString, command);
     QFETCH(QStringList, options);
     const ToolRun run = runVkqt({command, u"--help"_s});
@@ -119,7 +119,7 @@ void VkqtFrameTest::commandHelp() {
     }
 }
 
-void VkqtFrameTest::helpFitsItsWidth() {
+void ToolFrameTest::helpFitsItsWidth() {
     for (const QString& command : kCommands) {
         for (const QString& line : QString::fromUtf8(runVkqt({u"help"_s, command}).out).split(u'\n')) {
             QVERIFY2(line.size() <= 80, qPrintable(line));
@@ -127,7 +127,7 @@ void VkqtFrameTest::helpFitsItsWidth() {
     }
 }
 
-void VkqtFrameTest::wrongLine_data() {
+void ToolFrameTest::wrongLine_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("sentence");
     const auto row = [](const char* reason, const QStringList& arguments, const char* sentence) {
@@ -175,7 +175,7 @@ void VkqtFrameTest::wrongLine_data() {
         "vkqt help: there is no command \"pat\"; did you mean path?\n");
 }
 
-void VkqtFrameTest::wrongLine() {
+void ToolFrameTest::wrongLine() {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, sentence);
     const ToolRun run = runVkqt(arguments, mFolder);
@@ -186,7 +186,7 @@ void VkqtFrameTest::wrongLine() {
     QVERIFY(run.err.contains("--help\""));
 }
 
-void VkqtFrameTest::colours_data() {
+void ToolFrameTest::colours_data() {
     QTest::addColumn<QString>("script");
     QTest::addColumn<bool>("coloured");
     QTest::newRow("a pipe") << u"\"$VKQT\" ls | cat"_s << false;
@@ -200,7 +200,7 @@ void VkqtFrameTest::colours_data() {
     QTest::newRow("help") << u"\"$VKQT\" ls --help --color always"_s << true;
 }
 
-void VkqtFrameTest::colours() {
+void ToolFrameTest::colours() {
     QFETCH(QString, script);
     QFETCH(bool, coloured);
     const ToolRun run = runShell(script, mFolder);
@@ -217,7 +217,7 @@ void VkqtFrameTest::colours() {
     }
 }
 
-void VkqtFrameTest::coloursOnATerminal_data() {
+void ToolFrameTest::coloursOnATerminal_data() {
     QTest::addColumn<QString>("environment");
     QTest::addColumn<bool>("coloured");
     QTest::newRow("terminal") << u""_s << true;
@@ -226,7 +226,7 @@ void VkqtFrameTest::coloursOnATerminal_data() {
     QTest::newRow("dumb terminal") << u"TERM=dumb "_s << false;
 }
 
-void VkqtFrameTest::coloursOnATerminal() {
+void ToolFrameTest::coloursOnATerminal() {
     QFETCH(QString, environment);
     QFETCH(bool, coloured);
     // script(1) gives the tool a terminal of its own.
@@ -236,7 +236,7 @@ void VkqtFrameTest::coloursOnATerminal() {
     QCOMPARE(run.out.contains("\x1b["), coloured);
 }
 
-void VkqtFrameTest::namesOnATerminal() {
+void ToolFrameTest::namesOnATerminal() {
     const QString folder = makeFolder(u"terminal"_s);
     QVERIFY(makeItem(folder, "esc\x1b[31mred.jpg", 1));
     const ToolRun terminal = runShell(u"script -qec '\"$VKQT\" ls --names' /dev/null"_s, folder);
@@ -245,7 +245,7 @@ void VkqtFrameTest::namesOnATerminal() {
     QCOMPARE(runVkqt({u"ls"_s, u"--names"_s}, folder).out, QByteArray("esc\x1b[31mred.jpg\n"));
 }
 
-void VkqtFrameTest::verbose() {
+void ToolFrameTest::verbose() {
     // Nothing that these commands do well is logged, so neither form has anything on stderr.
     for (const QStringList& arguments :
          {QStringList{u"--verbose"_s, u"ls"_s}, QStringList{u"ls"_s, u"--verbose"_s}}) {
@@ -256,13 +256,13 @@ void VkqtFrameTest::verbose() {
     }
 }
 
-void VkqtFrameTest::readerLeaves_data() {
+void ToolFrameTest::readerLeaves_data() {
     QTest::addColumn<QString>("before");
     QTest::newRow("usual") << u""_s;
     QTest::newRow("SIGPIPE ignored by the caller") << u"trap '' PIPE; "_s;
 }
 
-void VkqtFrameTest::readerLeaves() {
+void ToolFrameTest::readerLeaves() {
     QFETCH(QString, before);
     // Far more than a pipe holds, so that the tool does meet the closed end.
     QString texts;
@@ -275,7 +275,7 @@ void VkqtFrameTest::readerLeaves() {
     QCOMPARE(run.err, QByteArray());
 }
 
-void VkqtFrameTest::fullDisk_data() {
+void ToolFrameTest::fullDisk_data() {
     QTest::addColumn<QString>("arguments");
     QTest::newRow("ls") << u"ls"_s;
     QTest::newRow("path") << u"path /a"_s;
@@ -286,23 +286,23 @@ void VkqtFrameTest::fullDisk_data() {
     QTest::newRow("more than a buffer") << u"path $(seq 1 2000)"_s;
 }
 
-void VkqtFrameTest::fullDisk() {
+void ToolFrameTest::fullDisk() {
     QFETCH(QString, arguments);
     const ToolRun run = runShell(u"exec \"$VKQT\" "_s + arguments + u" > /dev/full"_s, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, QByteArray("vkqt: the output could not be written: no space left on device\n"));
 }
 
-void VkqtFrameTest::closedOutput() {
+void ToolFrameTest::closedOutput() {
     const ToolRun run = runShell(u"exec \"$VKQT\" ls >&-"_s, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, QByteArray("vkqt: the output could not be written: bad file descriptor\n"));
 }
 
-void VkqtFrameTest::closedError() {
+void ToolFrameTest::closedError() {
     const ToolRun run = runShell(u"\"$VKQT\" ls --names . nope 2>&-; echo $?"_s, mFolder);
     QCOMPARE(run.out, QByteArray("a.jpg\nclip.mov\nsub\n1\n"));
 }
 
-VKTEST_MAIN(VkqtFrameTest)
-#include "VkqtFrameTest.moc"
+VKTEST_MAIN(ToolFrameTest)
+#include "ToolFrameTest.moc"

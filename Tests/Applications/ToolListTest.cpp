@@ -15,7 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VkqtListTest : public VKTest {
+class ToolListTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -61,7 +61,7 @@ QDateTime day(int number) { return QDateTime(QDate(2026, 5, number), QTime(12, 0
 
 } // namespace
 
-QStringList VkqtListTest::listed(const QStringList& arguments, const QString& folder) {
+QStringList ToolListTest::listed(const QStringList& arguments, const QString& folder) {
     const ToolRun run = runVkqt(QStringList{u"ls"_s, u"--json"_s} + arguments, folder);
     bool ok = false;
     const QStringList names = members(jsonArray(run.out, &ok), u"name"_s);
@@ -70,7 +70,7 @@ QStringList VkqtListTest::listed(const QStringList& arguments, const QString& fo
                : QStringList(u"status %1: %2"_s.arg(run.status).arg(QString::fromUtf8(run.err)));
 }
 
-void VkqtListTest::initTestCase() {
+void ToolListTest::initTestCase() {
     mFolder = makeFolder(u"photos"_s);
     QVERIFY(makeItem(mFolder, "IMG_10.jpg", 1'400'000, day(4)));
     QVERIFY(makeItem(mFolder, "IMG_2.JPG", 2'000, day(6)));
@@ -89,7 +89,7 @@ void VkqtListTest::initTestCase() {
     QVERIFY(makeItem(mFolder, "Sub 2", -1, day(9)));
 }
 
-void VkqtListTest::switches_data() {
+void ToolListTest::switches_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QStringList>("expected");
     const auto row = [](const char* reason, const QStringList& arguments, const QStringList& expected) {
@@ -133,14 +133,14 @@ void VkqtListTest::switches_data() {
          u"img_3.png"_s, u"IMG_2.JPG"_s});
 }
 
-void VkqtListTest::switches() {
+void ToolListTest::switches() {
     QFETCH(QStringList, arguments);
     QFETCH(QStringList, expected);
     QCOMPARE(listed(arguments, mFolder), expected);
 }
 
 // The same entries in the same order, whatever the form.
-void VkqtListTest::formsAgree() {
+void ToolListTest::formsAgree() {
     QFETCH(QStringList, arguments);
     QFETCH(QStringList, expected);
     const ToolRun names = runVkqt(QStringList{u"ls"_s, u"--names"_s} + arguments, mFolder);
@@ -167,7 +167,7 @@ void VkqtListTest::formsAgree() {
     QCOMPARE(shownNames, expected);
 }
 
-void VkqtListTest::order_data() {
+void ToolListTest::order_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QStringList>("expected");
     const QStringList byName = {u"clip.MOV"_s, u"IMG_2.JPG"_s, u"img_3.png"_s, u"IMG_10.jpg"_s};
@@ -195,7 +195,7 @@ void VkqtListTest::order_data() {
                        u"img_3.png"_s, u"Sub/Inner/a.jpg"_s, u"Sub/b.jpg"_s};
 }
 
-void VkqtListTest::order() {
+void ToolListTest::order() {
     QFETCH(QStringList, arguments);
     QFETCH(QStringList, expected);
     QCOMPARE(listed(QStringList(u"--no-folders"_s) + arguments, mFolder), expected);
@@ -207,7 +207,7 @@ void VkqtListTest::order() {
     QCOMPARE(unsorted, sorted);
 }
 
-void VkqtListTest::table() {
+void ToolListTest::table() {
     const ToolRun run = runVkqt({u"ls"_s, u"--no-videos"_s, u"--no-folders"_s}, mFolder);
     QCOMPARE(run.status, 0);
     // Noon in UTC is two in the afternoon in Berlin's summer.
@@ -219,7 +219,7 @@ void VkqtListTest::table() {
                                  "3 photos, 1.4 MB\n"));
 }
 
-void VkqtListTest::columns_data() {
+void ToolListTest::columns_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("pattern");
     QTest::newRow("bytes")
@@ -236,14 +236,14 @@ void VkqtListTest::columns_data() {
                "14:00  (20\\d\\d-\\d\\d-\\d\\d \\d\\d:\\d\\d|-               )  IMG_10.jpg\n");
 }
 
-void VkqtListTest::columns() {
+void ToolListTest::columns() {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, pattern);
     const QString out = QString::fromUtf8(runVkqt(QStringList(u"ls"_s) + arguments, mFolder).out);
     QVERIFY2(QRegularExpression(QString::fromUtf8(pattern)).match(out).hasMatch(), qPrintable(out));
 }
 
-void VkqtListTest::totals_data() {
+void ToolListTest::totals_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("expected");
     QTest::newRow("all kinds") << QStringList(u"--all"_s)
@@ -257,19 +257,19 @@ void VkqtListTest::totals_data() {
                                     << QByteArray("nothing to show here (--all --hidden shows every file)\n");
 }
 
-void VkqtListTest::totals() {
+void ToolListTest::totals() {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, expected);
     const QByteArray out = runVkqt(QStringList(u"ls"_s) + arguments, mFolder).out;
     QCOMPARE(out.mid(out.lastIndexOf('\n', -2) + 1), expected);
 }
 
-void VkqtListTest::everyDocumentedKey() {
+void ToolListTest::everyDocumentedKey() {
     const ToolRun run = runVkqt({u"ls"_s, u"--json"_s}, mFolder);
     const QString help = QString::fromUtf8(runVkqt({u"ls"_s, u"--help"_s}).out);
     const QString section = help.mid(help.indexOf(u"\nJSON\n"_s));
     bool ok = false;
-    for (const QJsonValue& value : jsonArray(run.out, &ok)) {
+    for (const auto& value : jsonArray(run.out, &ok)) {
         const QStringList keys = value.toObject().keys();
         QCOMPARE(keys, QStringList({u"created"_s, u"folder"_s, u"kind"_s, u"link"_s, u"modified"_s, u"name"_s,
                                     u"path"_s, u"size"_s}));
@@ -280,13 +280,13 @@ void VkqtListTest::everyDocumentedKey() {
     QVERIFY(ok);
 }
 
-void VkqtListTest::jsonValues() {
+void ToolListTest::jsonValues() {
     bool ok = false;
     const QJsonArray array =
         jsonArray(runVkqt({u"ls"_s, u"--json"_s, u"-R"_s, u"--sort"_s, u"date"_s}, mFolder).out, &ok);
     QVERIFY(ok);
     QHash<QString, QJsonObject> byName;
-    for (const QJsonValue& value : array) {
+    for (const auto& value : array) {
         byName[value.toObject().value(u"name"_s).toString()] = value.toObject();
     }
     const QJsonObject photo = byName.value(u"Sub/Inner/a.jpg"_s);
@@ -305,7 +305,7 @@ void VkqtListTest::jsonValues() {
     QCOMPARE(byName.value(u"clip.MOV"_s).value(u"kind"_s), QJsonValue(u"video"_s));
 }
 
-void VkqtListTest::severalFolders() {
+void ToolListTest::severalFolders() {
     const ToolRun run = runVkqt({u"ls"_s, u"Sub"_s, u"Sub/Inner/"_s}, mFolder);
     QCOMPARE(run.status, 0);
     const QByteArray folder = mFolder.toUtf8();
@@ -322,7 +322,7 @@ void VkqtListTest::severalFolders() {
     QCOMPARE(members(array, u"name"_s), QStringList({u"b.jpg"_s, u"Inner"_s, u"a.jpg"_s}));
 }
 
-void VkqtListTest::filesAsFolders() {
+void ToolListTest::filesAsFolders() {
     const ToolRun run =
         runVkqt({u"ls"_s, u"notes.txt"_s, u"./IMG_10.jpg"_s, u"Sub/Inner"_s, u".hidden.jpg"_s}, mFolder);
     QCOMPARE(run.status, 0);
@@ -344,7 +344,7 @@ void VkqtListTest::filesAsFolders() {
              mFolder.toUtf8() + "/notes.txt\n");
 }
 
-void VkqtListTest::workingFolder() {
+void ToolListTest::workingFolder() {
     const QStringList expected = {u"b.jpg"_s, u"Inner"_s};
     const QString sub = mFolder + u"/Sub"_s;
     QCOMPARE(listed({}, sub), expected);
@@ -355,7 +355,7 @@ void VkqtListTest::workingFolder() {
     QCOMPARE(listed({u"Inner/.."_s}, sub), expected);
 }
 
-void VkqtListTest::trouble_data() {
+void ToolListTest::trouble_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("sentence");
     QTest::newRow("missing") << QStringList(u"/no/such"_s)
@@ -373,7 +373,7 @@ void VkqtListTest::trouble_data() {
                              << u"vkqt ls: %1/\\e[2J\\n: no such file or folder\n"_s.arg(mFolder);
 }
 
-void VkqtListTest::trouble() {
+void ToolListTest::trouble() {
     QFETCH(QStringList, arguments);
     QFETCH(QString, sentence);
     for (const QStringList& form : {QStringList(), QStringList(u"--names"_s), QStringList(u"-R"_s)}) {
@@ -387,14 +387,14 @@ void VkqtListTest::trouble() {
     QCOMPARE(run.out, QByteArray("[]\n"));
 }
 
-void VkqtListTest::restIsListedWhenOneFails() {
+void ToolListTest::restIsListedWhenOneFails() {
     const ToolRun run = runVkqt({u"ls"_s, u"--names"_s, u"Sub"_s, u"nope"_s, u"Sub/Inner"_s}, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.out, QByteArray("b.jpg\nInner\na.jpg\n"));
     QCOMPARE(run.err, QByteArray("vkqt ls: " + mFolder.toUtf8() + "/nope: no such file or folder\n"));
 }
 
-void VkqtListTest::unreadableFolders() {
+void ToolListTest::unreadableFolders() {
     VKTEST_NEEDS(::geteuid() == 0, "root, to run the tool as another user");
     const QString folder = makeFolder(u"locked"_s);
     QVERIFY(makeItem(folder, "a.jpg", 1) && makeItem(folder, "closed", -1) && makeItem(folder, "open", -1));
@@ -423,7 +423,7 @@ void VkqtListTest::unreadableFolders() {
     QCOMPARE(below.err, QByteArray("vkqt ls: " + folder.toUtf8() + "/closed/in.jpg: permission denied\n"));
 }
 
-void VkqtListTest::links() {
+void ToolListTest::links() {
     const QString folder = makeFolder(u"links"_s);
     QVERIFY(makeItem(folder, "real", -1) && makeItem(folder + u"/real"_s, "in.jpg", 7, day(2)) &&
             makeItem(folder, "a.jpg", 5, day(3)));
@@ -455,7 +455,7 @@ void VkqtListTest::links() {
 }
 
 // Deeper than a path may be long: what can be reached is listed, the rest is named, and nothing overflows.
-void VkqtListTest::tooDeep() {
+void ToolListTest::tooDeep() {
     const QString folder = makeFolder(u"deep"_s);
     int parent = ::open(QFile::encodeName(folder).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     for (int level = 0; level < 1500; ++level) {
@@ -474,7 +474,7 @@ void VkqtListTest::tooDeep() {
     QVERIFY(run.out.count('\n') > 400);
 }
 
-void VkqtListTest::hostileNames() {
+void ToolListTest::hostileNames() {
     const QString folder = makeFolder(u"hostile"_s);
     const QList<QByteArray> names = {
         "a\nb.jpg", "esc\x1b[31mred.jpg", "c1\xc2\x9bm.jpg", "\xe2\x80\xaegpj.jpg", "quote\"'.jpg",
@@ -507,15 +507,11 @@ void VkqtListTest::hostileNames() {
 }
 
 // What --names and --paths give, other programs open.
-void VkqtListTest::namesOnDisk() {
+void ToolListTest::namesOnDisk() {
     const QString folder = makeFolder(u"bytes"_s);
-    const QList<QByteArray> names = {"Cafe\xcc\x81.jpg",
-                                     "lat\xe9.jpg",
-                                     "\xef\xbb\xbf"
-                                     "bom.jpg",
-                                     "K\xe2\x84\xaa.jpg",
-                                     "two\nlines.jpg",
-                                     "\xe6\x9d\xb1.jpg"};
+    const QList<QByteArray> names = {
+        "Cafe\xcc\x81.jpg",  "lat\xe9.jpg",    QByteArray("\xef\xbb\xbf").append("bom.jpg"),
+        "K\xe2\x84\xaa.jpg", "two\nlines.jpg", "\xe6\x9d\xb1.jpg"};
     QVERIFY(makeItem(folder, "d\xff", -1));
     for (const QByteArray& name : names) {
         QVERIFY(makeItem(folder, name, 1));
@@ -535,7 +531,7 @@ void VkqtListTest::namesOnDisk() {
     QCOMPARE(opened.status, 0);
 }
 
-void VkqtListTest::undecodableFolder() {
+void ToolListTest::undecodableFolder() {
     const QString folder = makeFolder(u"undecodable"_s);
     QVERIFY(makeItem(folder, "d\xff", -1));
     QCOMPARE(runShell(u": > $'d\\xff/in.jpg'"_s, folder).status, 0);
@@ -549,7 +545,7 @@ void VkqtListTest::undecodableFolder() {
     }
 }
 
-void VkqtListTest::fiveThousand() {
+void ToolListTest::fiveThousand() {
     constexpr int kCount = 5000;
     const QString folder = makeFolder(u"many"_s);
     for (int i = 0; i < kCount; ++i) {
@@ -568,5 +564,5 @@ void VkqtListTest::fiveThousand() {
     QVERIFY(people.endsWith("\n5 000 photos, 23 kB\n"));
 }
 
-VKTEST_MAIN(VkqtListTest)
-#include "VkqtListTest.moc"
+VKTEST_MAIN(ToolListTest)
+#include "ToolListTest.moc"

@@ -10,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VkqtShellTest : public VKTest {
+class ToolShellTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -41,7 +41,7 @@ bool isInstalled(const char* program) {
 
 } // namespace
 
-void VkqtShellTest::initTestCase() {
+void ToolShellTest::initTestCase() {
     mFolder = makeFolder(u"shell"_s);
     static const QRegularExpression sLong(u"--(\\[no-\\])?([a-z]+)"_s);
     for (const QString& command : {u"ls"_s, u"path"_s, u"completion"_s, u"help"_s, u"manual"_s}) {
@@ -61,13 +61,13 @@ void VkqtShellTest::initTestCase() {
     QVERIFY(mOptions[u"ls"_s].contains(u"no-videos"_s));
 }
 
-void VkqtShellTest::bashSyntax() {
+void ToolShellTest::bashSyntax() {
     const ToolRun run = runShell(u"set -o pipefail; \"$VKQT\" completion bash | bash --norc -n"_s, mFolder);
     QCOMPARE(run.status, 0);
     QCOMPARE(run.err, QByteArray());
 }
 
-void VkqtShellTest::bashCompletes_data() {
+void ToolShellTest::bashCompletes_data() {
     QTest::addColumn<QString>("words");
     QTest::addColumn<QStringList>("expected");
     const QStringList commands = {u"completion"_s, u"help"_s, u"ls"_s, u"manual"_s, u"path"_s};
@@ -98,7 +98,7 @@ void VkqtShellTest::bashCompletes_data() {
     QTest::newRow("unknown command") << u"vkqt nope --"_s << QStringList();
 }
 
-void VkqtShellTest::bashCompletes() {
+void ToolShellTest::bashCompletes() {
     QFETCH(QString, words);
     QFETCH(QStringList, expected);
     const QString script =
@@ -113,7 +113,7 @@ void VkqtShellTest::bashCompletes() {
     QCOMPARE(given, expected);
 }
 
-void VkqtShellTest::bashLeavesPathsToTheShell_data() {
+void ToolShellTest::bashLeavesPathsToTheShell_data() {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QByteArray>("completed");
     QTest::newRow("file") << u"ls IMG"_s << QByteArray("IMG_1.jpg");
@@ -123,7 +123,7 @@ void VkqtShellTest::bashLeavesPathsToTheShell_data() {
 }
 
 // A real interactive bash, with the Tab key.
-void VkqtShellTest::bashLeavesPathsToTheShell() {
+void ToolShellTest::bashLeavesPathsToTheShell() {
     QFETCH(QString, typed);
     QFETCH(QByteArray, completed);
     const QString folder = makeFolder(u"tab"_s);
@@ -139,7 +139,7 @@ void VkqtShellTest::bashLeavesPathsToTheShell() {
     QVERIFY2(run.out.contains(QByteArray('<' + completed + '>')), run.out.constData());
 }
 
-void VkqtShellTest::everyShellKnowsEveryOption_data() {
+void ToolShellTest::everyShellKnowsEveryOption_data() {
     QTest::addColumn<QString>("shell");
     QTest::addColumn<QString>("option");
     QTest::newRow("bash") << u"bash"_s << u"[ \"]--%1[ \"]"_s;
@@ -147,7 +147,7 @@ void VkqtShellTest::everyShellKnowsEveryOption_data() {
     QTest::newRow("fish") << u"fish"_s << u" -l %1 "_s;
 }
 
-void VkqtShellTest::everyShellKnowsEveryOption() {
+void ToolShellTest::everyShellKnowsEveryOption() {
     QFETCH(QString, shell);
     QFETCH(QString, option);
     const ToolRun run = runVkqt({u"completion"_s, shell});
@@ -161,14 +161,14 @@ void VkqtShellTest::everyShellKnowsEveryOption() {
     }
 }
 
-void VkqtShellTest::scriptsAreBalanced_data() {
+void ToolShellTest::scriptsAreBalanced_data() {
     QTest::addColumn<QString>("shell");
     QTest::newRow("zsh") << u"zsh"_s;
     QTest::newRow("fish") << u"fish"_s;
 }
 
 // Quotes are closed on the line where they open, and nothing in a description runs as a command.
-void VkqtShellTest::scriptsAreBalanced() {
+void ToolShellTest::scriptsAreBalanced() {
     QFETCH(QString, shell);
     const QString script = QString::fromUtf8(runVkqt({u"completion"_s, shell}).out);
     static const QRegularExpression sQuoted(u"'(\\\\'|[^'])*'"_s);
@@ -182,7 +182,7 @@ void VkqtShellTest::scriptsAreBalanced() {
     }
 }
 
-void VkqtShellTest::manualHasNoFaults() {
+void ToolShellTest::manualHasNoFaults() {
     VKTEST_NEEDS(isInstalled("mandoc"), "mandoc");
     VKTEST_NEEDS(isInstalled("groff"), "groff");
     const ToolRun page = runShell(u"\"$VKQT\" manual > vkqt.1"_s, mFolder);
@@ -196,7 +196,7 @@ void VkqtShellTest::manualHasNoFaults() {
     QCOMPARE(groff.status, 0);
 }
 
-void VkqtShellTest::manualNamesEverything() {
+void ToolShellTest::manualNamesEverything() {
     VKTEST_NEEDS(isInstalled("mandoc"), "mandoc");
     const ToolRun run =
         runShell(u"set -o pipefail; \"$VKQT\" manual | mandoc -T ascii -O width=200 | col -b"_s, mFolder);
@@ -220,7 +220,7 @@ void VkqtShellTest::manualNamesEverything() {
 }
 
 // The files that are installed are what the tool prints.
-void VkqtShellTest::generatedFilesAreCurrent() {
+void ToolShellTest::generatedFilesAreCurrent() {
     const QList<std::pair<QString, QStringList>> files = {
         {u"vkqt.1"_s, {u"manual"_s}},
         {u"vkqt.bash"_s, {u"completion"_s, u"bash"_s}},
@@ -234,5 +234,5 @@ void VkqtShellTest::generatedFilesAreCurrent() {
     }
 }
 
-VKTEST_MAIN(VkqtShellTest)
-#include "VkqtShellTest.moc"
+VKTEST_MAIN(ToolShellTest)
+#include "ToolShellTest.moc"

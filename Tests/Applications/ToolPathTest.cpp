@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-class VkqtPathTest : public VKTest {
+class ToolPathTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -30,7 +30,7 @@ private:
     QString mFolder;
 };
 
-void VkqtPathTest::initTestCase() {
+void ToolPathTest::initTestCase() {
     mFolder = makeFolder(u"paths"_s);
     QVERIFY(makeItem(mFolder, "real.jpg", 1500));
     QVERIFY(makeItem(mFolder, "sub", -1));
@@ -40,7 +40,7 @@ void VkqtPathTest::initTestCase() {
     QVERIFY(QFile::link(u"nowhere"_s, mFolder + u"/dangling"_s));
 }
 
-void VkqtPathTest::json_data() {
+void ToolPathTest::json_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QJsonObject>("expected");
     QTest::newRow("photo") << QStringList(u"/photos/2026/IMG_1.JPG"_s)
@@ -94,7 +94,7 @@ void VkqtPathTest::json_data() {
         << QStringList{u"--"_s, u"--json"_s} << QJsonObject{{u"path"_s, u"--json"_s}};
 }
 
-void VkqtPathTest::json() {
+void ToolPathTest::json() {
     QFETCH(QStringList, arguments);
     QFETCH(QJsonObject, expected);
     const ToolRun run = runVkqt(QStringList{u"path"_s, u"--json"_s} + arguments, mFolder);
@@ -110,7 +110,7 @@ void VkqtPathTest::json() {
     }
 }
 
-void VkqtPathTest::everyDocumentedKey() {
+void ToolPathTest::everyDocumentedKey() {
     const ToolRun run = runVkqt({u"path"_s, u"--json"_s, u"/a"_s});
     bool ok = false;
     const QStringList keys = jsonArray(run.out, &ok).first().toObject().keys();
@@ -123,7 +123,7 @@ void VkqtPathTest::everyDocumentedKey() {
     }
 }
 
-void VkqtPathTest::folderFlag_data() {
+void ToolPathTest::folderFlag_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<bool>("folder");
     QTest::newRow("nothing there") << QStringList(u"/no/such"_s) << false;
@@ -138,7 +138,7 @@ void VkqtPathTest::folderFlag_data() {
     QTest::newRow("forced file, slash") << QStringList{u"--file"_s, u"sub/"_s} << false;
 }
 
-void VkqtPathTest::folderFlag() {
+void ToolPathTest::folderFlag() {
     QFETCH(QStringList, arguments);
     QFETCH(bool, folder);
     const ToolRun run = runVkqt(QStringList{u"path"_s, u"--json"_s} + arguments, mFolder);
@@ -149,7 +149,7 @@ void VkqtPathTest::folderFlag() {
     QCOMPARE(object.value(u"url"_s).toString().endsWith(u'/'), folder);
 }
 
-void VkqtPathTest::existence_data() {
+void ToolPathTest::existence_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("exists");
     QTest::addColumn<bool>("link");
@@ -163,7 +163,7 @@ void VkqtPathTest::existence_data() {
     QTest::newRow("empty") << u""_s << false << false << u"not a path"_s;
 }
 
-void VkqtPathTest::existence() {
+void ToolPathTest::existence() {
     QFETCH(QString, text);
     QFETCH(bool, exists);
     QFETCH(bool, link);
@@ -179,7 +179,7 @@ void VkqtPathTest::existence() {
     QVERIFY2(run.out.contains(QByteArray("\n  on disk      " + words.toUtf8() + '\n')), run.out.constData());
 }
 
-void VkqtPathTest::nameIsFoundUnderItsSpelling() {
+void ToolPathTest::nameIsFoundUnderItsSpelling() {
     for (const QString& text : {u"Café.jpg"_s, u"Cafe\u0301.jpg"_s}) {
         bool ok = false;
         const QJsonObject object =
@@ -191,7 +191,7 @@ void VkqtPathTest::nameIsFoundUnderItsSpelling() {
     }
 }
 
-void VkqtPathTest::undecodableArgument() {
+void ToolPathTest::undecodableArgument() {
     for (const QString& argument : {u"$'lat\\xe9.jpg'"_s, u"$'lat\\xef\\xbf\\xbd.jpg'"_s}) {
         const ToolRun run = runShell(u"exec \"$VKQT\" path --json "_s + argument, mFolder);
         QCOMPARE(run.status, 0);
@@ -204,7 +204,7 @@ void VkqtPathTest::undecodableArgument() {
     }
 }
 
-void VkqtPathTest::forPeople() {
+void ToolPathTest::forPeople() {
     const ToolRun run = runVkqt({u"path"_s, u"/photos/Café am See.jpg"_s});
     QCOMPARE(run.status, 0);
     QCOMPARE(QString::fromUtf8(run.out), u"/photos/Café am See.jpg\n"
@@ -220,7 +220,7 @@ void VkqtPathTest::forPeople() {
                                          "  file URL     file:///photos/Caf%C3%A9%20am%20See.jpg\n"_s);
 }
 
-void VkqtPathTest::severalTexts() {
+void ToolPathTest::severalTexts() {
     const ToolRun run = runVkqt({u"path"_s, u"--json"_s, u"/b"_s, u"/a"_s, u"/b"_s});
     bool ok = false;
     QCOMPARE(members(jsonArray(run.out, &ok), u"path"_s), QStringList({u"/b"_s, u"/a"_s, u"/b"_s}));
@@ -228,7 +228,7 @@ void VkqtPathTest::severalTexts() {
     QVERIFY(runVkqt({u"path"_s, u"/b"_s, u"/a"_s}).out.contains("\n\n/a\n"));
 }
 
-void VkqtPathTest::hostileName() {
+void ToolPathTest::hostileName() {
     const QString name = u"/x/\x1b]0;evil\a\n"_s + QChar(0x202e) + u"gpj.jpg"_s;
     const ToolRun run = runVkqt({u"path"_s, name});
     QCOMPARE(run.status, 0);
@@ -238,5 +238,5 @@ void VkqtPathTest::hostileName() {
     QVERIFY(run.out.contains("/x/\\e]0;evil\\u0007\\n\\u202egpj.jpg\n"));
 }
 
-VKTEST_MAIN(VkqtPathTest)
-#include "VkqtPathTest.moc"
+VKTEST_MAIN(ToolPathTest)
+#include "ToolPathTest.moc"

@@ -13,7 +13,7 @@
 using namespace Qt::StringLiterals;
 using namespace VKTool;
 
-class VkqtTextTest : public VKTest {
+class ToolTextTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -42,7 +42,7 @@ private Q_SLOTS:
     void decoding();
 };
 
-void VkqtTextTest::shownText_data() {
+void ToolTextTest::shownText_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("expected");
     QTest::newRow("plain") << u"IMG 1.jpg"_s << u"IMG 1.jpg"_s;
@@ -61,14 +61,14 @@ void VkqtTextTest::shownText_data() {
     QTest::newRow("no-break space stays") << QString(QChar(0xa0)) << QString(QChar(0xa0));
 }
 
-void VkqtTextTest::shownText() {
+void ToolTextTest::shownText() {
     QFETCH(QString, text);
     QFETCH(QString, expected);
     QCOMPARE(shown(text), expected);
     QCOMPARE(shown(shown(text)), shown(text));
 }
 
-void VkqtTextTest::shownLeavesNothingThatDrives() {
+void ToolTextTest::shownLeavesNothingThatDrives() {
     const QList<QChar::Direction> turning = {QChar::DirLRE, QChar::DirLRO, QChar::DirRLE,
                                              QChar::DirRLO, QChar::DirPDF, QChar::DirLRI,
                                              QChar::DirRLI, QChar::DirFSI, QChar::DirPDI};
@@ -82,7 +82,7 @@ void VkqtTextTest::shownLeavesNothingThatDrives() {
     }
 }
 
-void VkqtTextTest::widths_data() {
+void ToolTextTest::widths_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("cells");
     QTest::newRow("empty") << u""_s << 0;
@@ -101,7 +101,7 @@ void VkqtTextTest::widths_data() {
     QTest::newRow("lone surrogate") << QString(QChar(0xd800)) << 1;
 }
 
-void VkqtTextTest::widths() {
+void ToolTextTest::widths() {
     QFETCH(QString, text);
     QFETCH(int, cells);
     QCOMPARE(displayWidth(text), cells);
@@ -112,7 +112,7 @@ void VkqtTextTest::widths() {
     QCOMPARE(padded(text, 0), text);
 }
 
-void VkqtTextTest::sizes_data() {
+void ToolTextTest::sizes_data() {
     QTest::addColumn<qint64>("bytes");
     QTest::addColumn<QString>("expected");
     QTest::newRow("nothing") << qint64(0) << u"0 B"_s;
@@ -131,13 +131,13 @@ void VkqtTextTest::sizes_data() {
     QTest::newRow("the largest") << std::numeric_limits<qint64>::max() << u"9.2 EB"_s;
 }
 
-void VkqtTextTest::sizes() {
+void ToolTextTest::sizes() {
     QFETCH(qint64, bytes);
     QFETCH(QString, expected);
     QCOMPARE(humanSize(bytes), expected);
 }
 
-void VkqtTextTest::sizesNeverShrink() {
+void ToolTextTest::sizesNeverShrink() {
     const QStringList units = {u"B"_s, u"kB"_s, u"MB"_s, u"GB"_s, u"TB"_s, u"PB"_s, u"EB"_s};
     double before = -1;
     for (qint64 bytes = 0; bytes < std::numeric_limits<qint64>::max() / 2; bytes += bytes / 97 + 1) {
@@ -153,7 +153,7 @@ void VkqtTextTest::sizesNeverShrink() {
     }
 }
 
-void VkqtTextTest::groups_data() {
+void ToolTextTest::groups_data() {
     QTest::addColumn<qint64>("number");
     QTest::addColumn<QString>("expected");
     QTest::newRow("one digit") << qint64(0) << u"0"_s;
@@ -162,13 +162,13 @@ void VkqtTextTest::groups_data() {
     QTest::newRow("seven digits") << qint64(1'234'567) << u"1 234 567"_s;
 }
 
-void VkqtTextTest::groups() {
+void ToolTextTest::groups() {
     QFETCH(qint64, number);
     QFETCH(QString, expected);
     QCOMPARE(groupedNumber(number), expected);
 }
 
-void VkqtTextTest::dates() {
+void ToolTextTest::dates() {
     // The tests' time zone is Berlin's, so that winter and summer time both show.
     const QDateTime winter(QDate(2026, 11, 21), QTime(13, 3, 5, 250), Qt::UTC);
     const QDateTime summer(QDate(2026, 5, 1), QTime(23, 59, 59), Qt::UTC);
@@ -180,13 +180,13 @@ void VkqtTextTest::dates() {
     QVERIFY(isoUtc(QDateTime()).isNull());
 }
 
-void VkqtTextTest::counts() {
+void ToolTextTest::counts() {
     QCOMPARE(counted(0, u"photo"_s, u"photos"_s), u"0 photos"_s);
     QCOMPARE(counted(1, u"photo"_s, u"photos"_s), u"1 photo"_s);
     QCOMPARE(counted(1001, u"photo"_s, u"photos"_s), u"1 001 photos"_s);
 }
 
-void VkqtTextTest::wrapping_data() {
+void ToolTextTest::wrapping_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("width");
     QTest::addColumn<int>("indent");
@@ -200,7 +200,7 @@ void VkqtTextTest::wrapping_data() {
     QTest::newRow("paragraphs") << u"a\n\nb"_s << 9 << 1 << u" a\n\n b\n"_s;
 }
 
-void VkqtTextTest::wrapping() {
+void ToolTextTest::wrapping() {
     QFETCH(QString, text);
     QFETCH(int, width);
     QFETCH(int, indent);
@@ -208,7 +208,7 @@ void VkqtTextTest::wrapping() {
     QCOMPARE(wrapped(text, width, indent), expected);
 }
 
-void VkqtTextTest::wrappedTextKeepsItsWords() {
+void ToolTextTest::wrappedTextKeepsItsWords() {
     const QString text = u"Lists each FOLDER, or the current one, as the photo application sees it."_s;
     for (int width = 1; width < 90; ++width) {
         const QString result = wrapped(text, width, 0);
@@ -219,7 +219,7 @@ void VkqtTextTest::wrappedTextKeepsItsWords() {
     }
 }
 
-void VkqtTextTest::jsonLines_data() {
+void ToolTextTest::jsonLines_data() {
     QTest::addColumn<QString>("name");
     QTest::newRow("plain") << u"a.jpg"_s;
     QTest::newRow("quotes and backslash") << u"\"\\"_s;
@@ -229,7 +229,7 @@ void VkqtTextTest::jsonLines_data() {
     QTest::newRow("delete") << u"\x7f"_s;
 }
 
-void VkqtTextTest::jsonLines() {
+void ToolTextTest::jsonLines() {
     QFETCH(QString, name);
     const QJsonObject object = {{u"name"_s, name}, {u"size"_s, qint64(9007199254740993)}};
     const QByteArray line = jsonLine(object);
@@ -239,7 +239,7 @@ void VkqtTextTest::jsonLines() {
     QVERIFY(!line.contains('\n'));
 }
 
-void VkqtTextTest::nearest_data() {
+void ToolTextTest::nearest_data() {
     QTest::addColumn<QString>("given");
     QTest::addColumn<QString>("expected");
     QTest::newRow("letter missing") << u"--hiden"_s << u"--hidden"_s;
@@ -252,33 +252,33 @@ void VkqtTextTest::nearest_data() {
     QTest::newRow("hostile length") << QString(100'000, u'x') << u""_s;
 }
 
-void VkqtTextTest::nearest() {
+void ToolTextTest::nearest() {
     QFETCH(QString, given);
     QFETCH(QString, expected);
     QCOMPARE(nearestName(given, {u"--hidden"_s, u"--names"_s, u"--json"_s, u"--recursive"_s}), expected);
 }
 
-void VkqtTextTest::absolute_data() {
+void ToolTextTest::absolute_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("name") << u"a.jpg"_s << u"/work"_s << u"/work/a.jpg"_s;
-    QTest::newRow("empty") << u""_s << u"/work"_s << u"/work"_s;
-    QTest::newRow("dot") << u"."_s << u"/work"_s << u"/work"_s;
-    QTest::newRow("dot slash") << u"./"_s << u"/work"_s << u"/work/"_s;
-    QTest::newRow("folder") << u"./a/"_s << u"/work"_s << u"/work/a/"_s;
-    QTest::newRow("up") << u".."_s << u"/work/x"_s << u"/work"_s;
-    QTest::newRow("up and down") << u"../../b"_s << u"/work/x"_s << u"/b"_s;
-    QTest::newRow("above the root") << u"../../../b"_s << u"/work"_s << u"/b"_s;
-    QTest::newRow("up behind a name stays") << u"a/../b"_s << u"/work"_s << u"/work/a/../b"_s;
-    QTest::newRow("absolute") << u"/a//b/./c"_s << u"/work"_s << u"/a/b/c"_s;
-    QTest::newRow("above the root, absolute") << u"/../a"_s << u"/work"_s << u"/a"_s;
-    QTest::newRow("root") << u"/"_s << u"/work"_s << u"/"_s;
+    QTest::newRow("name") << u"a.jpg"_s << u"/trip"_s << u"/trip/a.jpg"_s;
+    QTest::newRow("empty") << u""_s << u"/trip"_s << u"/trip"_s;
+    QTest::newRow("dot") << u"."_s << u"/trip"_s << u"/trip"_s;
+    QTest::newRow("dot slash") << u"./"_s << u"/trip"_s << u"/trip/"_s;
+    QTest::newRow("folder") << u"./a/"_s << u"/trip"_s << u"/trip/a/"_s;
+    QTest::newRow("up") << u".."_s << u"/trip/x"_s << u"/trip"_s;
+    QTest::newRow("up and down") << u"../../b"_s << u"/trip/x"_s << u"/b"_s;
+    QTest::newRow("above the root") << u"../../../b"_s << u"/trip"_s << u"/b"_s;
+    QTest::newRow("up behind a name stays") << u"a/../b"_s << u"/trip"_s << u"/trip/a/../b"_s;
+    QTest::newRow("absolute") << u"/a//b/./c"_s << u"/trip"_s << u"/a/b/c"_s;
+    QTest::newRow("above the root, absolute") << u"/../a"_s << u"/trip"_s << u"/a"_s;
+    QTest::newRow("root") << u"/"_s << u"/trip"_s << u"/"_s;
     QTest::newRow("in the root") << u"a"_s << u"/"_s << u"/a"_s;
-    QTest::newRow("name of dots") << u"..."_s << u"/work"_s << u"/work/..."_s;
+    QTest::newRow("name of dots") << u"..."_s << u"/trip"_s << u"/trip/..."_s;
 }
 
-void VkqtTextTest::absolute() {
+void ToolTextTest::absolute() {
     QFETCH(QString, text);
     QFETCH(QString, folder);
     QFETCH(QString, expected);
@@ -286,7 +286,7 @@ void VkqtTextTest::absolute() {
     QCOMPARE(absoluteText(expected, u"/elsewhere"_s), expected);
 }
 
-void VkqtTextTest::decoding_data() {
+void ToolTextTest::decoding_data() {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("expected");
     QTest::newRow("ASCII") << QByteArray("ls") << u"ls"_s;
@@ -296,12 +296,12 @@ void VkqtTextTest::decoding_data() {
     QTest::newRow("byte order mark stays") << QByteArray("\xef\xbb\xbf.jpg") << u"\ufeff.jpg"_s;
 }
 
-void VkqtTextTest::decoding() {
+void ToolTextTest::decoding() {
     QFETCH(QByteArray, bytes);
     QFETCH(QString, expected);
     const char* arguments[] = {bytes.constData()};
     QCOMPARE(decodeArguments(1, arguments), QStringList(expected));
 }
 
-VKTEST_MAIN(VkqtTextTest)
-#include "VkqtTextTest.moc"
+VKTEST_MAIN(ToolTextTest)
+#include "ToolTextTest.moc"
