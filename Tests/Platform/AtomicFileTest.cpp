@@ -127,13 +127,14 @@ int replaceWith(const QByteArray& path, const QByteArray& content) {
 
 } // namespace
 
-void AtomicFileTest::initTestCase() { cleanup(); }
+void AtomicFileTest::initTestCase() { mRoot = makeFolder(QStringLiteral("atomic")).toUtf8(); }
 
 // A folder of its own for each test.
 void AtomicFileTest::cleanup() {
     gFailAfter = -1;
     gShortWrites = 0;
-    mRoot = makeFolder(QStringLiteral("atomic")).toUtf8();
+    Disk::removeTree(mRoot);
+    initTestCase();
 }
 
 void AtomicFileTest::newFile() {

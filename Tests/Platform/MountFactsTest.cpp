@@ -2,9 +2,8 @@
 #include "Platform/MountFacts.h"
 
 #include "Support/DiskSupport.h"
+#include "Support/ShellCommand.h"
 #include "Support/VKTest.h"
-
-#include <QProcess>
 
 using namespace VKPlatform;
 
@@ -112,19 +111,14 @@ void MountFactsTest::networkMount() {
     Disk::makeFolder(folder + "/mount");
     Disk::makeFile(folder + "/connect", "#!/bin/sh\nexec /usr/lib/openssh/sftp-server\n");
     QCOMPARE(::chmod(Disk::text(folder + "/connect"), 0755), 0);
-    const QString mount = QString::fromUtf8(folder + "/mount");
-    QProcess sshfs;
-    sshfs.start(QStringLiteral("sshfs"),
-                {QStringLiteral("-o"), QString::fromUtf8("ssh_command=" + folder + "/connect"),
-                 QString::fromUtf8("anna@nas:" + folder + "/server"), mount});
-    QVERIFY(sshfs.waitForFinished());
-    QCOMPARE(sshfs.exitCode(), 0);
-    const QByteArray content = Disk::contentOf(folder + "/mount/a.jpg");
-    const std::optional<bool> local = isLocalFileSystem(folder + "/mount/a.jpg");
-    QProcess unmount;
-    unmount.start(QStringLiteral("fusermount3"), {QStringLiteral("-u"), mount});
-    QVERIFY(unmount.waitForFinished());
-    QCOMPARE(unmount.exitCode(), 0);
+    const QByteArray mount = folder + "/mount";
+    const Shell::Output mounted =
+        Shell::outputOf("sshfs -o ssh_command='" + folder + "/connect' 'anna@nas:" + folder + "/server' '" +
+                        mount + "' 2>&1");
+    const auto unmount = qScopeGuard([&] { ::umount2(mount.constData(), MNT_DETACH); });
+    QVERIFY2(mounted.status == 0, mounted.text);
+    const QByteArray content = Disk::contentOf(mount + "/a.jpg");
+    const std::optional<bool> local = isLocalFileSystem(mount + "/a.jpg");
     QCOMPARE(content, QByteArray("photo"));
     QCOMPARE(local, std::optional<bool>(false));
 }

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -67,6 +68,13 @@ inline unsigned modeOf(const QByteArray& path) {
     struct stat record;
     must(::lstat(path.constData(), &record) == 0, "lstat", path);
     return record.st_mode & 07777U;
+}
+
+/// Removes a folder with all below it. The framework's own removal leaves names behind that are not UTF-8.
+inline void removeTree(const QByteArray& folder) {
+    std::error_code error;
+    std::filesystem::remove_all(folder.constData(), error);
+    must(!error, "remove", folder);
 }
 
 /// The names in a folder by the C library's own reader, sorted, without "." and "..".
