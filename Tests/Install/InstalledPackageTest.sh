@@ -33,7 +33,7 @@ leaked=$(nm -DC --defined-only "$prefix"/lib*/libVKCoreKit.so "$prefix"/lib*/*/l
 pc=$(find "$prefix" -name VKQtCoreLite.pc)
 [[ -n $pc ]] || fail "no VKQtCoreLite.pc is installed"
 export PKG_CONFIG_PATH=${pc%/*}
-read -ra flags < <(pkg-config --cflags --libs VKQtCoreLite | tr '\n' ' ')
+read -ra flags <<<"$(pkg-config --cflags --libs VKQtCoreLite)"
 "$compiler" -std=c++20 -fPIC "$source_folder/main.cpp" -o "$scratch/by-pkg-config" "${flags[@]}"
 libraries=$(pkg-config --variable=libdir VKQtCoreLite)
 LD_LIBRARY_PATH=$libraries "$scratch/by-pkg-config"
