@@ -25,11 +25,14 @@ constexpr qint32 kStreamVersion = 1;
 // A QString in a stream declares this instead of a length when it is null.
 constexpr quint32 kNullTextInStream = 0xFFFFFFFFU;
 
-// What canonicalText() does to a text that it cannot share. Apart, so that the usual way has no frame to set up.
-Q_NEVER_INLINE QString rewrittenText(const QString& text, qsizetype kept, bool isDrive, bool hasBackslash) {
+// What canonicalText() does to a text that it cannot share at once. Apart, so that the usual way has no frame to
+// set up.
+Q_NEVER_INLINE QString rewrittenText(const QString& text, qsizetype kept, bool isDrive) {
+    const VKQtTextKernels::PathScan scan = VKQtTextKernels::scanPath(text);
+    const bool isComposed = scan.allBits < VKQtFormC::kFirstMark;
     const qsizetype length = isDrive ? kept + 1 : kept;
-    if (length == text.size() && !hasBackslash) {
-        return VKQtFormC::composed(text);
+    if (length == text.size() && !scan.hasBackslash) {
+        return isComposed ? text : VKQtFormC::composed(text);
     }
     QString rewritten(length, Qt::Uninitialized);
     char16_t* const units = reinterpret_cast<char16_t*>(rewritten.data());
@@ -37,21 +40,20 @@ Q_NEVER_INLINE QString rewrittenText(const QString& text, qsizetype kept, bool i
     if (isDrive) {
         units[kept] = kSeparator;
     }
-    return VKQtFormC::composed(rewritten);
+    return isComposed ? rewritten : VKQtFormC::composed(rewritten);
 }
 
 QString canonicalText(const QString& text, bool folder) {
-    const VKQtTextKernels::PathScan scan = VKQtTextKernels::scanPath(text);
     const qsizetype size = text.size();
     const QChar* const units = text.constData();
-    const qsizetype kept =
-        size >= 3 && (units[size - 1] == kSeparator || units[size - 1] == u'\\') ? size - 1 : size;
+    const bool endsWithSlash = size >= 3 && (units[size - 1] == kSeparator || units[size - 1] == u'\\');
+    const qsizetype kept = endsWithSlash ? size - 1 : size;
     const bool isDrive = folder && kept == 2 && units[1] == u':';
     // A drive that lost its slash gets it back: of equal length means unchanged.
-    if (kept + (isDrive ? 1 : 0) == size && !scan.hasBackslash && scan.allBits < VKQtFormC::kFirstMark) {
+    if (kept + (isDrive ? 1 : 0) == size && VKQtTextKernels::isPlain(text)) {
         return text;
     }
-    return rewrittenText(text, kept, isDrive, scan.hasBackslash);
+    return rewrittenText(text, kept, isDrive);
 }
 
 bool needsSeparator(const QString& text, const QString& part) {

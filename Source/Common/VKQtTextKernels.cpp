@@ -108,6 +108,36 @@ inline Units foldedBlock(const char16_t* text, qsizetype begin) noexcept {
     return isAsciiBlock(units) ? foldedAscii(units) : foldedOther(text, begin, kBlock);
 }
 
+struct Found {
+    Units backslashes{};
+    Units allBits{};
+
+    void look(Units block) noexcept {
+        backslashes |= equalTo(block, u'\\');
+        allBits |= block;
+    }
+};
+
+inline Found findIn(QStringView text) noexcept {
+    const char16_t* const units = text.utf16();
+    const qsizetype length = text.size();
+    Found found;
+    if (length >= kBlock) {
+        qsizetype i = 0;
+        for (; i + 2 * kBlock <= length; i += 2 * kBlock) {
+            found.look(load(units + i));
+            found.look(load(units + i + kBlock));
+        }
+        if (i + kBlock < length) {
+            found.look(load(units + i));
+        }
+        found.look(load(units + length - kBlock));
+    } else if (length > 0) {
+        found.look(loadShort(units, length));
+    }
+    return found;
+}
+
 inline std::uint64_t multiplied(std::uint64_t a, std::uint64_t b) noexcept {
     __extension__ using Wide = unsigned __int128;
     const Wide product = static_cast<Wide>(a) * b;
@@ -116,32 +146,17 @@ inline std::uint64_t multiplied(std::uint64_t a, std::uint64_t b) noexcept {
 
 } // namespace
 
+bool isPlain(QStringView text) noexcept {
+    const Found found = findIn(text);
+    return !anyBit(found.backslashes | (found.allBits & splat(0xFF80)));
+}
+
 PathScan scanPath(QStringView text) noexcept {
-    const char16_t* const units = text.utf16();
-    const qsizetype length = text.size();
-    Units backslashes{};
-    Units allBits{};
-    const auto look = [&](Units block) {
-        backslashes |= equalTo(block, u'\\');
-        allBits |= block;
-    };
-    if (length >= kBlock) {
-        qsizetype i = 0;
-        for (; i + 2 * kBlock <= length; i += 2 * kBlock) {
-            look(load(units + i));
-            look(load(units + i + kBlock));
-        }
-        if (i + kBlock < length) {
-            look(load(units + i));
-        }
-        look(load(units + length - kBlock));
-    } else if (length > 0) {
-        look(loadShort(units, length));
-    }
-    const Halves halves = reinterpret_cast<Halves>(allBits);
+    const Found found = findIn(text);
+    const Halves halves = reinterpret_cast<Halves>(found.allBits);
     const std::uint64_t half = halves[0] | halves[1];
     const std::uint64_t quarter = half | half >> 32U;
-    return {anyBit(backslashes), static_cast<char16_t>((quarter | quarter >> 16U) & 0xFFFFU)};
+    return {anyBit(found.backslashes), static_cast<char16_t>((quarter | quarter >> 16U) & 0xFFFFU)};
 }
 
 void copyWithSlashes(char16_t* to, QStringView text) noexcept {

@@ -8,6 +8,9 @@
 
 namespace VKQtTextKernels {
 
+/// Whether every unit is ASCII and none a backslash.
+[[nodiscard]] bool isPlain(QStringView text) noexcept;
+
 /// What one pass over a text finds.
 struct PathScan {
     bool hasBackslash = false;

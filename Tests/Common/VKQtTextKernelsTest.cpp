@@ -226,6 +226,7 @@ void VKQtTextKernelsTest::scanFindsWhatIsThere() {
     for (qsizetype length = 0; length <= 70; ++length) {
         const Buffer clean(static_cast<size_t>(length), u'[');
         QVERIFY(!VKQtTextKernels::scanPath(viewOf(clean)).hasBackslash);
+        QVERIFY(VKQtTextKernels::isPlain(viewOf(clean)));
         QCOMPARE(VKQtTextKernels::scanPath(viewOf(clean)).allBits, length == 0 ? u'\0' : u'[');
         for (size_t at = 0; at < clean.size(); ++at) {
             for (const char16_t unit :
@@ -233,6 +234,7 @@ void VKQtTextKernelsTest::scanFindsWhatIsThere() {
                 Buffer text = clean;
                 text[at] = unit;
                 QCOMPARE(VKQtTextKernels::scanPath(viewOf(text)).hasBackslash, unit == u'\\');
+                QCOMPARE(VKQtTextKernels::isPlain(viewOf(text)), unit == u'\x7F');
                 QCOMPARE(VKQtTextKernels::scanPath(viewOf(text)).allBits,
                          static_cast<char16_t>(length == 1 ? unit : unit | u'['));
             }
