@@ -509,9 +509,10 @@ void ToolListTest::hostileNames() {
 // What --names and --paths give, other programs open.
 void ToolListTest::namesOnDisk() {
     const QString folder = makeFolder(u"bytes"_s);
-    const QList<QByteArray> names = {
-        "Cafe\xcc\x81.jpg",  "lat\xe9.jpg",    QByteArray("\xef\xbb\xbf").append("bom.jpg"),
-        "K\xe2\x84\xaa.jpg", "two\nlines.jpg", "\xe6\x9d\xb1.jpg"};
+    const QList<QByteArray> names = {"back\\slash.jpg",   "Cafe\xcc\x81.jpg",
+                                     "lat\xe9.jpg",       QByteArray("\xef\xbb\xbf").append("bom.jpg"),
+                                     "K\xe2\x84\xaa.jpg", "two\nlines.jpg",
+                                     "\xe6\x9d\xb1.jpg"};
     QVERIFY(makeItem(folder, "d\xff", -1));
     for (const QByteArray& name : names) {
         QVERIFY(makeItem(folder, name, 1));
