@@ -32,7 +32,7 @@ namespace VKPlatform {
 [[nodiscard]] std::optional<QByteArray> onDiskPath(QStringView text);
 
 /// The text that stands for a name on disk wherever paths are text: decoded with U+FFFD for what is not
-/// UTF-8, then in form C. Pure.
+/// UTF-8 and for a backslash, which a path's text would take for a separator; then in form C. Pure.
 [[nodiscard]] QString displayedName(QByteArrayView name);
 
 /// Whether the text (or, as UTF-8, the bytes of it) has no other canonically equal spelling: only ASCII, and

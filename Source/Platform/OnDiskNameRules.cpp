@@ -16,7 +16,9 @@ bool unitHasOneSpelling(Unit unit) {
 } // namespace
 
 QString displayedName(QByteArrayView name) {
-    return decodeUtf8(name).normalized(QString::NormalizationForm_C);
+    QString text = decodeUtf8(name);
+    text.replace(u'\\', QChar(QChar::ReplacementCharacter));
+    return text.normalized(QString::NormalizationForm_C);
 }
 
 bool hasOneSpelling(QStringView text) {

@@ -55,10 +55,13 @@ private:
     QByteArray mRoot;
 };
 
-void OnDiskNameTest::initTestCase() { cleanup(); }
+void OnDiskNameTest::initTestCase() { mRoot = makeFolder(QStringLiteral("names")).toUtf8() + '/'; }
 
 // A folder of its own for each test.
-void OnDiskNameTest::cleanup() { mRoot = makeFolder(QStringLiteral("names")).toUtf8() + '/'; }
+void OnDiskNameTest::cleanup() {
+    Disk::removeTree(mRoot);
+    initTestCase();
+}
 
 void OnDiskNameTest::onlyThreeCharactersHideBehindAscii() {
     // A text whose form C is ASCII consists of characters whose own form C is ASCII, because ASCII characters
@@ -114,6 +117,8 @@ void OnDiskNameTest::displayed_data() {
     QTest::newRow("excluded from composition")
         << QByteArray("\xE0\xA5\x98") << QStringLiteral("\u0915\u093C");
     QTest::newRow("Latin-1") << QByteArray("caf\xE9") << QStringLiteral("caf\uFFFD");
+    QTest::newRow("backslash") << QByteArray("a\\b\\") << QStringLiteral("a\uFFFDb\uFFFD");
+    QTest::newRow("mark after a backslash") << QByteArray("\\\xCC\x81") << QStringLiteral("\uFFFD\u0301");
 }
 
 void OnDiskNameTest::displayed() {
@@ -143,7 +148,7 @@ void OnDiskNameTest::spelling_data() {
     QTest::addColumn<QByteArray>("bytes");
 
     const QByteArrayList none;
-    const QString eacute(u"\u00E9");
+    const QString eacute = QStringLiteral("\u00E9");
     QTest::newRow("composed") << none << QByteArrayList{kComposed} << eacute << kComposed;
     QTest::newRow("decomposed") << none << QByteArrayList{kDecomposed} << eacute << kDecomposed;
     QTest::newRow("both: form C wins")
@@ -167,6 +172,18 @@ void OnDiskNameTest::spelling_data() {
     QTest::newRow("two folders that show the same: nothing below is met")
         << QByteArrayList{"\xE9", "\xE8"} << QByteArrayList{"\xE9/a.jpg"} << QStringLiteral("\uFFFD/a.jpg")
         << QByteArray("\xEF\xBF\xBD/a.jpg");
+    QTest::newRow("backslash") << none << QByteArrayList{"a\\b"} << QStringLiteral("a\uFFFDb")
+                               << QByteArray("a\\b");
+    QTest::newRow("backslash as it is")
+        << none << QByteArrayList{"a\\b"} << QStringLiteral("a\\b") << QByteArray("a\\b");
+    QTest::newRow("folder with a backslash")
+        << QByteArrayList{"\\"} << QByteArrayList{"\\/x"} << QStringLiteral("\uFFFD/x") << QByteArray("\\/x");
+    QTest::newRow("a backslash is not a byte beside another: none is taken")
+        << none << QByteArrayList{"a\\b", "a\xE9\x62"} << QStringLiteral("a\uFFFDb")
+        << QByteArray("a\xEF\xBF\xBD\x62");
+    QTest::newRow("a real replacement character wins over a backslash")
+        << none << QByteArrayList{"a\\b", "a\xEF\xBF\xBD\x62"} << QStringLiteral("a\uFFFDb")
+        << QByteArray("a\xEF\xBF\xBD\x62");
     QTest::newRow("Kelvin sign") << none << QByteArrayList{"300\xE2\x84\xAA"} << QStringLiteral("300K")
                                  << QByteArray("300\xE2\x84\xAA");
     QTest::newRow("letter K wins over the sign")
@@ -234,6 +251,8 @@ void OnDiskNameTest::everyNameIsFoundThroughWhatItShows() {
                                   "\xE6\x9D\xB1\xE4\xBA\xAC",
                                   "l\xE9t\xE9",
                                   "-rf",
+                                  "with\\backslash",
+                                  "\\e\xCC\x81",
                                   " ",
                                   "\xED\xA0\x80"};
     for (const QByteArray& name : names) {
@@ -278,7 +297,7 @@ void OnDiskNameTest::slashesAndDots() {
     Disk::makeFolder(mRoot + kDecomposed);
     Disk::makeFolder(mRoot + kDecomposed + "/b");
     Disk::makeFile(mRoot + kDecomposed + "/b/" + kDecomposed);
-    const QString e(u"\u00E9");
+    const QString e = QStringLiteral("\u00E9");
     const QByteArray& d = kDecomposed;
     QCOMPARE(found(e + u'/'), d + '/');
     QCOMPARE(found(e + QStringLiteral("//")), d + "//");
@@ -367,7 +386,7 @@ void OnDiskNameTest::aMillionSlashes() {
     const QString slashes(1000000, u'/');
     QCOMPARE(found(slashes + QStringLiteral("\u00E9")), QByteArray(1000000, '/') + kDecomposed);
     QCOMPARE(found(slashes), QByteArray(1000000, '/'));
-    QCOMPARE(onDiskPath(slashes + QStringLiteral("K")),
+    QCOMPARE(onDiskPath(QString(slashes + QStringLiteral("K"))),
              std::optional<QByteArray>(QByteArray(1000000, '/') + 'K'));
     // Ten thousand missing components that could each be spelled otherwise.
     QString missing;

@@ -49,10 +49,10 @@ std::optional<QByteArray> soleEntryShowing(const FileDescriptor& folder, QByteAr
         if (entry.name == exact) {
             return std::nullopt;
         }
-        // An ASCII name shows itself, so it is either the exact one or another.
-        const bool ascii =
-            std::none_of(entry.name.begin(), entry.name.end(), [](char c) { return (c & 0x80) != 0; });
-        if (!ascii && displayedName(entry.name) == text) {
+        // An ASCII name without a backslash shows itself, so it is either the exact one or another.
+        const bool showsItself = std::none_of(entry.name.begin(), entry.name.end(),
+                                              [](char c) { return (c & 0x80) != 0 || c == '\\'; });
+        if (!showsItself && displayedName(entry.name) == text) {
             several = several || found.has_value();
             found = entry.name.toByteArray();
         }
