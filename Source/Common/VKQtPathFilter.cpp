@@ -132,7 +132,7 @@ bool VKQtPathFilter::isPhoto(const VKQtPath& path) { return sPhotoExtensions.con
 bool VKQtPathFilter::isVideo(const VKQtPath& path) { return sVideoExtensions.contains(path.suffix()); }
 
 bool VKQtPathFilter::isPathFiltered(const VKQtPath& path) const {
-    const QString text = path.path();
+    const QString& text = path.path();
     if (text.isEmpty()) {
         return true;
     }
