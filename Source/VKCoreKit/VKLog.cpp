@@ -42,6 +42,7 @@ void logToQt(const VKLogRecord& record) {
         qCDebug(*sCategory).noquote().nospace() << text;
         break;
     case kLogLevelInfo:
+    default: // a level from outside the list is no reason to lose a line
         qCInfo(*sCategory).noquote().nospace() << text;
         break;
     case kLogLevelWarning:
@@ -145,6 +146,8 @@ void VKLogUTF8(const char* format, ...) {
         std::vector<char> line(static_cast<std::size_t>(length) + 1);
         std::vsnprintf(line.data(), line.size(), format, again);
         logText(kLogLevelInfo, nullptr, VKPlatform::decodeUtf8(QByteArrayView(line.data(), length)));
+    } else {
+        VKLogNoArgs(format);
     }
     va_end(again);
 }

@@ -41,14 +41,15 @@ VKCORE_EXPORT void VKLogSetHandler(VKLogHandler handler, void* context);
 /// Logs a text at info level; null logs nothing. The flags have no meaning here and are 0.
 VKCORE_EXPORT void VKLog(CFStringRef text, int flags);
 
-/// Logs a line in printf's manner, in UTF-8 (what is not UTF-8 shows as U+FFFD), at info level. A null format
-/// logs nothing.
+/// Logs a line in printf's manner, in UTF-8 (what is not UTF-8 shows as U+FFFD), at info level. A line that
+/// printf cannot make is logged as its format; a null format logs nothing.
 VKCORE_EXPORT void VKLogUTF8(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Logs the text as it is, "%" included, at info level; null logs nothing.
 VKCORE_EXPORT void VKLogNoArgs(const char* text);
 
-/// Logs a text under a level and a category (null: "vk.core"); a null text logs nothing. The flag is 0.
+/// Logs a text under a level and a category (null: "vk.core"); a null text logs nothing. The flag is 0. The
+/// default handler takes a level that is not in the list as info.
 VKCORE_EXPORT void VKLogWithParams(LogLevelType level, const char* category, int flag, CFStringRef text);
 
 /// Records a failure where it was detected. Success (0) records nothing, because an event without a failure

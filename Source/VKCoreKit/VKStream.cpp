@@ -201,6 +201,9 @@ public:
     }
 
     [[nodiscard]] VKStatus writeAt(std::uint64_t position, const void* buffer, std::size_t size) override {
+        if (mFailure != kVKStatusSuccess) {
+            return mFailure;
+        }
         const bool follows = position == mPendingStart + mPending.size();
         if (!follows || mPending.size() + size > kBlockBytes) {
             if (const VKStatus status = flush(); status != kVKStatusSuccess) {
@@ -218,7 +221,7 @@ public:
             mPending.insert(mPending.end(), from, from + size);
         }
         mLength = std::max(mLength, position + size);
-        return mFailure;
+        return kVKStatusSuccess;
     }
 
     [[nodiscard]] VKStatus content(QByteArray& bytes) override { return readAll(bytes); }

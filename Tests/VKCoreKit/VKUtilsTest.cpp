@@ -1,0 +1,205 @@
+// String copies, checksums, identifiers and integers in dictionaries.
+#include <VKCoreKit/VKCFRef.h>
+#include <VKCoreKit/VKUtils.h>
+
+#include <CoreFoundation/CFQt.h>
+
+#include "Support/VKTest.h"
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+using String = VKCFRef<CFStringRef>;
+
+String stringOf(const QString& text) { return String::adopt(CFStringCreateWithQString(text)); }
+
+struct Free {
+    void operator()(UniChar* units) const { std::free(units); }
+};
+
+/// The definition, bit by bit: reflected, polynomial 0x04C11DB7.
+std::uint32_t crcByDefinition(std::uint32_t seed, const QByteArray& bytes) {
+    std::uint32_t crc = ~seed;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc >> 1) ^ ((crc & 1U) != 0 ? 0xEDB88320U : 0U);
+        }
+    }
+    return ~crc;
+}
+
+std::uint32_t crcOf(std::uint32_t seed, const QByteArray& bytes) {
+    return VKUtilsCRC32Std(seed, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+} // namespace
+
+class VKUtilsTest : public VKTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void unicharCopies_data();
+    void unicharCopies();
+    void precomposing();
+    void crcVectors_data();
+    void crcVectors();
+    void crcLaws();
+    void crcOfStrings();
+    void identifiers();
+    void integersInDictionaries();
+    void whatIsNoInteger();
+    void nulls();
+};
+
+void VKUtilsTest::unicharCopies_data() {
+    QTest::addColumn<QString>("text");
+    QTest::newRow("nothing") << QString();
+    QTest::newRow("ASCII") << QStringLiteral("abc");
+    QTest::newRow("decomposed stays so") << QStringLiteral("e\u0301");
+    QTest::newRow("above the basic plane") << QStringLiteral("\U0001F600");
+    QTest::newRow("embedded NUL") << QStringLiteral("a\0b");
+    QTest::newRow("unpaired surrogate") << QString(QChar(0xD800));
+    QTest::newRow("leading mark") << QStringLiteral("\uFEFFa");
+}
+
+void VKUtilsTest::unicharCopies() {
+    QFETCH(QString, text);
+    const std::unique_ptr<UniChar, Free> units(VKUtilsGetUniCharStringCopy(stringOf(text).get()));
+    QVERIFY(units != nullptr);
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        QCOMPARE(units.get()[i], text.at(i).unicode());
+    }
+    QCOMPARE(units.get()[text.size()], UniChar{0});
+}
+
+void VKUtilsTest::precomposing() {
+    const String text = stringOf(QStringLiteral("cafe\u0301 \u212A"));
+    const String form = String::adopt(VKUtilsCreatePrecomposedStringWithCanonicalMapping(text.get()));
+    QCOMPARE(CFStringCopyQString(form.get()), QStringLiteral("caf\u00E9 K"));
+    const String again = String::adopt(VKUtilsCreatePrecomposedStringWithCanonicalMapping(form.get()));
+    QCOMPARE(CFStringCopyQString(again.get()), QStringLiteral("caf\u00E9 K"));
+}
+
+void VKUtilsTest::crcVectors_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<quint32>("crc");
+    QTest::newRow("nothing") << QByteArray("") << 0U;
+    QTest::newRow("the check value") << QByteArray("123456789") << 0xCBF43926U;
+    QTest::newRow("one letter") << QByteArray("a") << 0xE8B7BE43U;
+    QTest::newRow("abc") << QByteArray("abc") << 0x352441C2U;
+    QTest::newRow("one zero") << QByteArray(1, '\0') << 0xD202EF8DU;
+    QTest::newRow("32 zeros") << QByteArray(32, '\0') << 0x190A55ADU;
+    QTest::newRow("32 ones") << QByteArray(32, '\xFF') << 0xFF6CAB0BU;
+    QTest::newRow("a sentence") << QByteArray("The quick brown fox jumps over the lazy dog") << 0x414FA339U;
+}
+
+void VKUtilsTest::crcVectors() {
+    QFETCH(QByteArray, bytes);
+    QFETCH(quint32, crc);
+    QCOMPARE(crcOf(0, bytes), crc);
+    QCOMPARE(crcByDefinition(0, bytes), crc);
+    QCOMPARE(VKUtilsCRC32(0, stringOf(QString::fromLatin1(bytes)).get()) == crc, bytes != QByteArray(32, '\xFF'));
+}
+
+void VKUtilsTest::crcLaws() {
+    QRandomGenerator random(20260101);
+    QByteArray bytes;
+    for (int size = 0; size < 700; ++size) {
+        const std::uint32_t whole = crcOf(0, bytes);
+        QCOMPARE(whole, crcByDefinition(0, bytes));
+        const qsizetype cut = random.bounded(int(bytes.size()) + 1);
+        QCOMPARE(crcOf(crcOf(0, bytes.first(cut)), bytes.sliced(cut)), whole);
+        bytes.append(char(random.bounded(256)));
+    }
+    const QByteArray large(1000003, 'x');
+    QCOMPARE(crcOf(0, large), crcByDefinition(0, large));
+    // At every alignment.
+    for (std::size_t offset = 0; offset < 64; ++offset) {
+        QCOMPARE(VKUtilsCRC32Std(7, large.constData() + offset, 100),
+                 crcByDefinition(7, large.sliced(qsizetype(offset), 100)));
+    }
+}
+
+void VKUtilsTest::crcOfStrings() {
+    QCOMPARE(VKUtilsCRC32(0, stringOf(QStringLiteral("\u00E9")).get()), crcByDefinition(0, "\xC3\xA9"));
+    QCOMPARE(VKUtilsCRC32(0, stringOf(QStringLiteral("\uFEFFa")).get()), crcByDefinition(0, "\xEF\xBB\xBF" "a"));
+    QCOMPARE(VKUtilsCRC32(0, stringOf(QStringLiteral("a\0b")).get()), crcByDefinition(0, QByteArray("a\0b", 3)));
+    QCOMPARE(VKUtilsCRC32(9, stringOf(QStringLiteral("\U0001F600")).get()), crcByDefinition(9, "\xF0\x9F\x98\x80"));
+    const QString lonely = QString(QStringLiteral("\U0001F600")) + QString(QChar(0xD83D));
+    QCOMPARE(VKUtilsCRC32(0, stringOf(lonely).get()), crcByDefinition(0, "\xF0\x9F\x98\x80\xEF\xBF\xBD"));
+    QCOMPARE(VKUtilsCRC32(0, stringOf(QString(QChar(0xDE00))).get()), crcByDefinition(0, "\xEF\xBF\xBD"));
+    QCOMPARE(VKUtilsCRC32(5, stringOf(QString()).get()), 5U);
+}
+
+void VKUtilsTest::identifiers() {
+    static const QRegularExpression sForm(QStringLiteral("^[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}$"));
+    QSet<QString> seen;
+    for (int i = 0; i < 1000; ++i) {
+        const String identifier = String::adopt(VKUtilsCreateUniqueIDString());
+        const QString text = CFStringCopyQString(identifier.get());
+        QVERIFY2(sForm.match(text).hasMatch(), qPrintable(text));
+        seen.insert(text);
+    }
+    QCOMPARE(seen.size(), 1000);
+}
+
+void VKUtilsTest::integersInDictionaries() {
+    const auto dictionary = VKCFRef<CFMutableDictionaryRef>::adopt(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const String key = stringOf(QStringLiteral("file"));
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), 0);
+    for (const int value : {0, 1, -5, INT_MAX, INT_MIN}) {
+        VKUtilsCFDictionarySetValueInt(dictionary.get(), key.get(), value);
+        QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), value);
+        QCOMPARE(CFDictionaryGetCount(dictionary.get()), CFIndex{1});
+    }
+}
+
+void VKUtilsTest::whatIsNoInteger() {
+    const auto dictionary = VKCFRef<CFMutableDictionaryRef>::adopt(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const String key = stringOf(QStringLiteral("file"));
+    const auto setNumber = [&](CFNumberType type, const void* value) {
+        const auto number = VKCFRef<CFNumberRef>::adopt(CFNumberCreate(kCFAllocatorDefault, type, value));
+        CFDictionarySetValue(dictionary.get(), key.get(), number.get());
+    };
+    CFDictionarySetValue(dictionary.get(), key.get(), key.get());
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), 0);
+    CFDictionarySetValue(dictionary.get(), key.get(), kCFBooleanTrue);
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), 0);
+    // As a property list gives integers: 64 bits wide.
+    const SInt64 fits = -7;
+    setNumber(kCFNumberSInt64Type, &fits);
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), -7);
+    const SInt64 tooLarge = SInt64{1} << 40;
+    setNumber(kCFNumberSInt64Type, &tooLarge);
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), 0);
+}
+
+void VKUtilsTest::nulls() {
+    const String key = stringOf(QStringLiteral("key"));
+    const auto dictionary = VKCFRef<CFMutableDictionaryRef>::adopt(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    QVERIFY(VKUtilsGetUniCharStringCopy(nullptr) == nullptr);
+    QVERIFY(VKUtilsCreatePrecomposedStringWithCanonicalMapping(nullptr) == nullptr);
+    QCOMPARE(VKUtilsCRC32(3, nullptr), 3U);
+    QCOMPARE(VKUtilsCRC32Std(3, nullptr, 0), 3U);
+    QCOMPARE(VKUtilsCRC32Std(3, nullptr, 10), 3U);
+    QCOMPARE(VKUtilsCRC32Std(3, "x", 0), 3U);
+    VKUtilsCFDictionarySetValueInt(nullptr, key.get(), 1);
+    VKUtilsCFDictionarySetValueInt(dictionary.get(), nullptr, 1);
+    QCOMPARE(CFDictionaryGetCount(dictionary.get()), CFIndex{0});
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(nullptr, key.get()), 0);
+    QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), nullptr), 0);
+}
+
+VKTEST_MAIN(VKUtilsTest)
+#include "VKUtilsTest.moc"
