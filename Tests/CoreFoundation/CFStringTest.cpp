@@ -438,7 +438,7 @@ void CFStringTest::normalizes() {
 void CFStringTest::consortiumsNormalizationTests() {
     const QString file = QStringLiteral("/usr/share/unicode/NormalizationTest.txt.bz2");
     VKTEST_NEEDS(QFile::exists(file), "the package unicode-data");
-    const Output unpacked = outputOf("bzip2 -dc " + QFile::encodeName(file));
+    const Shell::Output unpacked = Shell::outputOf("bzip2 -dc " + QFile::encodeName(file));
     QCOMPARE(unpacked.status, 0);
     int checked = 0;
     int tooNew = 0;

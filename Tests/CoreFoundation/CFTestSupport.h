@@ -3,6 +3,7 @@
 
 #include "CoreFoundation/CFQt.h"
 #include "CoreFoundation/CoreFoundation.h"
+#include "Support/ShellCommand.h"
 #include "Support/VKTest.h"
 
 #include <QCoreApplication>
@@ -10,7 +11,6 @@
 #include <QMap>
 
 #include <csignal>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <sys/wait.h>
@@ -67,33 +67,12 @@ inline int runMisuse(const Misuses& misuses, const QString& name) {
     return 0;
 }
 
-/// What a shell command wrote to stdout, and how it ended, as wait() tells. By popen() and not QProcess, whose
-/// way to start a process is one that the thread sanitizer's runtime does not survive.
-struct Output {
-    QByteArray text;
-    int status = -1;
-};
-
-inline Output outputOf(const QByteArray& command) {
-    Output output;
-    std::FILE* const pipe = ::popen(command.constData(), "r");
-    if (pipe == nullptr) {
-        return output;
-    }
-    char buffer[65536];
-    for (std::size_t size = 0; (size = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        output.text.append(buffer, qsizetype(size));
-    }
-    output.status = ::pclose(pipe);
-    return output;
-}
-
 /// What the program wrote to stderr when it was started again for the misuse; "" unless it was ended by abort().
 inline QString stderrOfMisuse(const QString& name) {
     QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
     program.replace('\'', "'\\''");
-    const Output output =
-        outputOf(QByteArray("exec '" + program + "' --misuse '" + name.toLocal8Bit() + "' 2>&1 >/dev/null"));
+    const Shell::Output output = Shell::outputOf(
+        QByteArray("exec '" + program + "' --misuse '" + name.toLocal8Bit() + "' 2>&1 >/dev/null"));
     const bool isAborted = WIFSIGNALED(output.status) && WTERMSIG(output.status) == SIGABRT;
     return isAborted ? QString::fromUtf8(output.text) : QString();
 }

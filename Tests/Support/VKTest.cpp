@@ -9,6 +9,8 @@
 #include <clocale>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -67,12 +69,23 @@ void VKTest::init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."
 
 int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make) {
     QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/vktest-XXXXXX"));
+    // Qt would leave behind what has a name that is not UTF-8.
+    scratch.setAutoRemove(false);
     if (!scratch.isValid() || !pinEnvironment(scratch.path())) {
         std::fprintf(stderr, "No temporary folder for the test: %s\n", qPrintable(scratch.errorString()));
         return 99;
     }
     gScratch = scratch.path();
     QGuiApplication application(argc, argv);
-    const std::unique_ptr<QObject> test = make();
-    return QTest::qExec(test.get(), argc, argv);
+    std::unique_ptr<QObject> test = make();
+    const int failures = QTest::qExec(test.get(), argc, argv);
+    test.reset();
+    std::error_code error;
+    std::filesystem::remove_all(gScratch.toStdString(), error);
+    if (error) {
+        std::fprintf(stderr, "The test's folder %s stays: %s\n", qPrintable(gScratch),
+                     error.message().c_str());
+        return failures == 0 ? 98 : failures;
+    }
+    return failures;
 }

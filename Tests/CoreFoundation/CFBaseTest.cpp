@@ -15,7 +15,7 @@ CFTypeRef wrongly(CFTypeRef value) { return value; }
 
 } // namespace
 
-class CFObjectTest : public VKTest {
+class CFBaseTest : public VKTest {
     Q_OBJECT
 
 public:
@@ -34,7 +34,7 @@ private Q_SLOTS:
     void misuseStops();
 };
 
-void CFObjectTest::countsReferences() {
+void CFBaseTest::countsReferences() {
     const auto string = makeString(QStringLiteral("counted"));
     QCOMPARE(CFGetRetainCount(string.get()), 1L);
     QCOMPARE(CFRetain(string.get()), static_cast<CFTypeRef>(string.get()));
@@ -43,7 +43,7 @@ void CFObjectTest::countsReferences() {
     QCOMPARE(CFGetRetainCount(string.get()), 1L);
 }
 
-void CFObjectTest::countsInThreads() {
+void CFBaseTest::countsInThreads() {
     const auto string = makeString(QStringLiteral("shared between threads"));
     constexpr int kThreads = 4;
     std::vector<std::thread> threads;
@@ -68,7 +68,7 @@ void CFObjectTest::countsInThreads() {
 }
 
 // Each round a value is given up by two threads at once; one of them has to destroy it, after the other is done.
-void CFObjectTest::lastReleaseInAnyThread() {
+void CFBaseTest::lastReleaseInAnyThread() {
     for (int round = 0; round < 500; ++round) {
         const auto element = makeString(QStringLiteral("element %1").arg(round));
         const void* const values[] = {element.get()};
@@ -86,7 +86,7 @@ void CFObjectTest::lastReleaseInAnyThread() {
     }
 }
 
-void CFObjectTest::foreverValues_data() {
+void CFBaseTest::foreverValues_data() {
     QTest::addColumn<quintptr>("value");
     const int one = 1;
     const auto row = [](const char* name, CFTypeRef value) {
@@ -102,7 +102,7 @@ void CFObjectTest::foreverValues_data() {
     row("null allocator", kCFAllocatorNull);
 }
 
-void CFObjectTest::foreverValues() {
+void CFBaseTest::foreverValues() {
     QFETCH(quintptr, value);
     const auto object = reinterpret_cast<CFTypeRef>(value);
     QCOMPARE(CFGetRetainCount(object), kForever);
@@ -114,7 +114,7 @@ void CFObjectTest::foreverValues() {
     QVERIFY(CFEqual(object, object));
 }
 
-void CFObjectTest::typesAreTold() {
+void CFBaseTest::typesAreTold() {
     const auto data = own(CFDataCreate(nullptr, nullptr, 0));
     const auto array = own(CFArrayCreate(nullptr, nullptr, 0, nullptr));
     const auto dictionary = own(CFDictionaryCreate(nullptr, nullptr, nullptr, 0, nullptr, nullptr));
@@ -138,7 +138,7 @@ void CFObjectTest::typesAreTold() {
     }
 }
 
-void CFObjectTest::equalityNeedsTheSameType() {
+void CFBaseTest::equalityNeedsTheSameType() {
     const auto textData = own(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>("a"), 1));
     const auto url = own(CFURLCreateWithString(nullptr, CFSTR("a"), nullptr));
     const int one = 1;
@@ -157,7 +157,7 @@ void CFObjectTest::equalityNeedsTheSameType() {
 }
 
 // Over values of every type, among them pairs that are equal without being the same.
-void CFObjectTest::equalMeansEqualHash() {
+void CFBaseTest::equalMeansEqualHash() {
     std::vector<Owned<CFTypeRef>> values;
     const auto add = [&values](CFTypeRef value) { values.emplace_back(value); };
     for (const char16_t* text : {u"", u"a", u"b", u"\u00E9", u"e\u0301"}) {
@@ -210,7 +210,7 @@ void CFObjectTest::equalMeansEqualHash() {
     QVERIFY2(equalPairs > 30, qPrintable(QString::number(equalPairs)));
 }
 
-Misuses CFObjectTest::misuses() {
+Misuses CFBaseTest::misuses() {
     static const auto sData = own(CFDataCreate(nullptr, nullptr, 0));
     static const auto sArray = own(CFArrayCreate(nullptr, nullptr, 0, &kCFTypeArrayCallBacks));
     static const auto sDictionary = own(CFDictionaryCreate(
@@ -294,7 +294,7 @@ Misuses CFObjectTest::misuses() {
     };
 }
 
-void CFObjectTest::misuseStops_data() {
+void CFBaseTest::misuseStops_data() {
     QTest::addColumn<QString>("message");
     const QList<std::pair<const char*, const char*>> rows = {
         {"release null", "CFRelease: expected a value, got null"},
@@ -336,11 +336,11 @@ void CFObjectTest::misuseStops_data() {
     }
 }
 
-void CFObjectTest::misuseStops() {
+void CFBaseTest::misuseStops() {
     QFETCH(QString, message);
     const QString written = stderrOfMisuse(QString::fromLatin1(QTest::currentDataTag()));
     QCOMPARE(written.section(u'\n', 0, 0), message);
 }
 
-CFTEST_MAIN_WITH_MISUSES(CFObjectTest)
-#include "CFObjectTest.moc"
+CFTEST_MAIN_WITH_MISUSES(CFBaseTest)
+#include "CFBaseTest.moc"
