@@ -85,13 +85,17 @@ bool endsWithAny(const QString& text, const QStringList& endings) {
 
 // Whether the item that a text names is a plain file; nothing when there is no such item.
 std::optional<bool> isFileOnDisk(const QString& text) {
-    const QFileInfo info(text);
+    if (text.contains(QChar::Null)) {
+        return std::nullopt; // it names nothing, and the framework would print a warning
+    }
+    const QString composed = text.normalized(QString::NormalizationForm_C);
+    const QFileInfo info(composed);
     if (info.exists()) {
         return info.isFile();
     }
     // The framework finds only the very bytes of the text; the item may be spelled otherwise.
-    const auto url = VKCFRef<CFURLRef>::adopt(VKQtStringUtils::createFileSystemRepresentationFromQString(
-        text.normalized(QString::NormalizationForm_C), false));
+    const auto url =
+        VKCFRef<CFURLRef>::adopt(VKQtStringUtils::createFileSystemRepresentationFromQString(composed, false));
     VKItemDetails details;
     if (!url || VKFileMgrGetItemDetails(url.get(), true, &details) != 0) {
         return std::nullopt;
