@@ -22,7 +22,8 @@ public:
     /// One child of the folder. next() sets every field anew.
     struct Entry {
         /// The full path. Its folder flag is set for folders (and for links to folders); packages count as
-        /// files. Every operation finds the entry through it, however its name is spelled on disk.
+        /// files. Every operation finds the entry through it, however its name is spelled on disk; only when
+        /// the folder has several names that show the same text, none of them in form C, it finds none.
         VKQtPath path;
         /// Bytes; 0 for folders, when unknown, and without details.
         qint64 size = 0;
@@ -50,8 +51,9 @@ public:
     /// folders by isDirectoryFiltered(); hidden entries (names that begin with ".") come only with
     /// mIncludeHidden. A symbolic link is listed as what it names under its own name, one that names nothing
     /// as a file of size 0 with the link's own dates. Pipes, sockets and devices count as files. Packages
-    /// exist on macOS only: elsewhere a folder with such a name is a folder. A name that is not in the
-    /// encoding of names is listed with replacement characters. An entry that vanishes meanwhile is left out.
+    /// exist on macOS only: elsewhere a folder with such a name is a folder. Bytes of a name that are not
+    /// UTF-8 are listed as U+FFFD, and so is "\", which a path would read as a separator. An entry that
+    /// vanishes meanwhile is left out.
     [[nodiscard]] virtual bool next(Entry& entry) = 0;
 
     /// Whether next() fetches sizes and dates; true at first. Without them a listing is three times as fast.
