@@ -68,7 +68,7 @@ void Utf8Test::decoding() {
     QFETCH(bool, wellFormed);
 
     QCOMPARE(decodeUtf8(bytes), text);
-    QString reused(u"something longer than any of the rows, or as long");
+    QString reused = QStringLiteral("something longer than any of the rows, or as long");
     decodeUtf8(bytes, reused);
     QCOMPARE(reused, text);
     const std::optional<QString> strict = decodeUtf8Strict(bytes);
