@@ -2,20 +2,43 @@
 // details once for each entry that they keep, and for no other.
 #include "VKQtDirIteratorImpl.h"
 
+#include "VKQtTextKernels.h"
+
 #include <VKCoreKit/VKCFRef.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
 
-QDateTime utcTime(bool known, qint64 milliseconds) {
-    return known ? QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC) : QDateTime();
+// `utc` is any time in UTC: changing a copy costs half of making one from nothing.
+QDateTime utcTime(const QDateTime& utc, bool known, qint64 milliseconds) {
+    if (!known) {
+        return QDateTime();
+    }
+    QDateTime time = utc;
+    time.setMSecsSinceEpoch(milliseconds);
+    return time;
+}
+
+// QString's own way to join two texts takes memory for the first one, and then for both.
+QString joined(QStringView first, QStringView second) {
+    QString text(first.size() + second.size(), Qt::Uninitialized);
+    QChar* const units = text.data();
+    std::copy(first.begin(), first.end(), units);
+    std::copy(second.begin(), second.end(), units + first.size());
+    return text;
 }
 
 } // namespace
 
 VKQtDirIteratorImpl::VKQtDirIteratorImpl(const VKQtPath& folder, const VKQtPathFilter& filter)
-    : VKQtDirIterator(folder, filter), mExtensions(this->filter()) {}
+    : VKQtDirIterator(folder, filter), mExtensions(this->filter()) {
+    // What joining puts before a name, asked once: names neither begin with "/" nor are empty.
+    VKQtPath child = root();
+    child.append(QStringLiteral("x"), false);
+    mPrefix = child.path().chopped(1);
+}
 
 bool VKQtDirIteratorImpl::open() {
     mOpened = true;
@@ -42,8 +65,14 @@ bool VKQtDirIteratorImpl::next(Entry& entry) {
 }
 
 void VKQtDirIteratorImpl::setEntryPath(Entry& entry, bool isFolder) const {
+    // As root().append() would, token dropped and volume kept.
     entry.path = root();
-    entry.path.append(mItem.name, isFolder);
+    const QString text = joined(mPrefix, mItem.name);
+    if (root().hasVolumeID()) {
+        entry.path.setPath(text, isFolder, root().volumeID());
+    } else {
+        entry.path.setPath(text, isFolder);
+    }
 }
 
 // Whether the reader's entry is listed; `entry` is filled if so.
@@ -52,7 +81,9 @@ bool VKQtDirIteratorImpl::take(Entry& entry) {
         return false;
     }
     // A path reads "\" as a separator, so the name would lead somewhere else: shown as undecodable bytes are.
-    mItem.name.replace(u'\\', QChar(QChar::ReplacementCharacter));
+    if (VKQtTextKernels::lastIndexOf(mItem.name, u'\\') >= 0) {
+        mItem.name.replace(u'\\', QChar(QChar::ReplacementCharacter));
+    }
 
     bool isLink = mItem.kind == VKItemKind::Link;
     const bool kindOpen = isLink || mItem.kind == VKItemKind::Unknown;
@@ -94,8 +125,8 @@ bool VKQtDirIteratorImpl::take(Entry& entry) {
     }
     const bool dated = fetchDetails();
     entry.size = dated && details.kind == VKItemKind::File ? details.sizeInBytes : 0;
-    entry.created = utcTime(dated && details.createdKnown, details.createdMs);
-    entry.modified = utcTime(dated && details.modifiedKnown, details.modifiedMs);
+    entry.created = utcTime(mUtc, dated && details.createdKnown, details.createdMs);
+    entry.modified = utcTime(mUtc, dated && details.modifiedKnown, details.modifiedMs);
     entry.isLink = isLink;
     return true;
 }

@@ -18,6 +18,8 @@ private:
     void setEntryPath(Entry& entry, bool isFolder) const;
 
     VKQtExtensionSet mExtensions;
+    QString mPrefix; ///< the text of every entry's path before its name
+    const QDateTime mUtc = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
     VKFolderReader mReader;
     VKFolderEntry mItem;
     bool mOpened = false;

@@ -13,17 +13,18 @@ constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF");
 
 /// Widens the leading ASCII run and gives its length.
 qsizetype widenAscii(const char* from, qsizetype size, char16_t* to) {
+    using Bytes = std::uint8_t __attribute__((vector_size(8)));
+    using Units = std::uint16_t __attribute__((vector_size(16)));
     constexpr std::uint64_t kHighBits = 0x8080808080808080U;
     qsizetype done = 0;
     while (size - done >= 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, from + done, sizeof word);
-        if ((word & kHighBits) != 0) {
+        Bytes bytes;
+        std::memcpy(&bytes, from + done, sizeof bytes);
+        if ((reinterpret_cast<std::uint64_t>(bytes) & kHighBits) != 0) {
             break;
         }
-        for (int i = 0; i < 8; ++i) {
-            to[done + i] = static_cast<char16_t>(from[done + i]);
-        }
+        const Units units = __builtin_convertvector(bytes, Units);
+        std::memcpy(to + done, &units, sizeof units);
         done += 8;
     }
     while (done < size && static_cast<unsigned char>(from[done]) < 0x80) {
