@@ -186,7 +186,7 @@ void VKQtStringUtilsStreamTest::declaredLengths() {
     const std::size_t largest = counter.largest();
     QCOMPARE(status, kVKStatusEndOfStream);
     QCOMPARE(read, QStringLiteral("old"));
-    QVERIFY2(!AllocationCounter::available || largest < 1024, qPrintable(QString::number(largest)));
+    QVERIFY2(!AllocationCounter::kAvailable || largest < 1024, qPrintable(QString::number(largest)));
     QCOMPARE(events.lines(), oneEvent(kVKStatusEndOfStream));
 }
 

@@ -22,7 +22,7 @@ public:
     /// True where a skipped real-system test is a failure (VKQT_NO_SKIPS is set, as CI does).
     [[nodiscard]] static bool skipsAreFailures();
 
-private Q_SLOTS:
+protected Q_SLOTS:
     void init();
 };
 
