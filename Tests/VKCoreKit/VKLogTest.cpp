@@ -75,7 +75,7 @@ private Q_SLOTS:
     void longLine();
     void parameters_data();
     void parameters();
-    void event();
+    void eventRecord();
     void nothingToLog();
 
     void defaultHandler_data();
@@ -166,7 +166,7 @@ void VKLogTest::parameters() {
              (QList<LogLine>{{type, received, QStringLiteral("text\n"), kVKStatusSuccess, "", 0}}));
 }
 
-void VKLogTest::event() {
+void VKLogTest::eventRecord() {
     LogCapture log;
     VKLogEvent(13, "VKQtCore/Source/Common/VKQtPath", 42);
     VKLogEvent(kVKStatusCancelled, nullptr, 0);
