@@ -23,8 +23,6 @@ ToolRun runProgram(const QString& program, const QStringList& arguments, const Q
     if (!workingFolder.isEmpty()) {
         process.setWorkingDirectory(workingFolder);
     }
-    // Starts by fork() instead of vfork(), which the thread sanitizer's runtime does not survive.
-    process.setChildProcessModifier([] {});
     process.start(program, arguments);
     ToolRun run;
     if (process.waitForFinished(kLongestMs) && process.exitStatus() == QProcess::NormalExit) {
