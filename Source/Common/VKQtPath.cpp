@@ -124,7 +124,7 @@ bool declaresMoreThanIsLeft(const QDataStream& stream) {
 VKQtPath::VKQtPath() noexcept = default;
 
 VKQtPath::VKQtPath(const VKQtPath& other) noexcept
-    : CBaseCore(), mPath(other.mPath), mFolder(other.mFolder), mVolumeID(other.mVolumeID),
+    : CBaseCore(other), mPath(other.mPath), mFolder(other.mFolder), mVolumeID(other.mVolumeID),
       mHasVolumeID(other.mHasVolumeID), mSecurityToken(other.mSecurityToken) {}
 
 VKQtPath::VKQtPath(VKQtPath&& other) noexcept

@@ -184,7 +184,7 @@ qsizetype lastIndexOf(QStringView text, char16_t unit) noexcept {
     qsizetype end = text.size();
     for (; end >= kBlock; end -= kBlock) {
         const Halves found = reinterpret_cast<Halves>(equalTo(load(units + end - kBlock), unit));
-        for (const int half : {1, 0}) {
+        for (const qsizetype half : {1, 0}) {
             const std::uint64_t mask = found[half];
             if (mask != 0) {
                 const int bitsAfter = std::endian::native == std::endian::little ? std::countl_zero(mask)

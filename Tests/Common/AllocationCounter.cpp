@@ -28,9 +28,9 @@ void note(std::size_t bytes) {
 } // namespace
 
 #ifdef ALLOCATOR_IS_TAKEN
-const bool AllocationCounter::available = false;
+const bool AllocationCounter::kAvailable = false;
 #else
-const bool AllocationCounter::available = true;
+const bool AllocationCounter::kAvailable = true;
 
 extern "C" {
 // The C library's own entry points behind malloc(), calloc() and realloc().

@@ -1,12 +1,12 @@
 // Counts what the calling thread allocates, in programs that link AllocationCounter.cpp. Where a sanitizer owns
-// the allocator nothing is counted: `available` is false there.
+// the allocator nothing is counted: `kAvailable` is false there.
 #pragma once
 
 #include <cstddef>
 
 class AllocationCounter {
 public:
-    static const bool available;
+    static const bool kAvailable;
 
     /// Starts counting at 0. One counter at a time on each thread.
     AllocationCounter() noexcept;

@@ -400,7 +400,7 @@ void VKQtPathValueTest::moves() {
     QCOMPARE(moved.path(), QStringLiteral("/a/b"));
     QVERIFY(moved.isFolder() && moved.hasVolumeID() && moved.volumeID() == 3);
     QVERIFY2(cachedVolumeOf(moved) != nullptr, "the cache belongs to the text and goes with it");
-    QVERIFY(path.path().isEmpty()); // NOLINT(bugprone-use-after-move): a moved-from path is an empty one
+    QVERIFY(path.path().isEmpty()); // NOLINT: a moved-from path is an empty one
     QVERIFY(!path.isFolder() && !path.hasVolumeID() && path.volumeID() == 0);
     QVERIFY(cachedVolumeOf(path) == nullptr);
     path.setPath(QStringLiteral("/again"), false);
@@ -413,7 +413,7 @@ void VKQtPathValueTest::moves() {
     path = std::move(moved);
     QCOMPARE(path.path(), QStringLiteral("/a/b"));
     QVERIFY(path.isFolder() && path.volumeID() == 3);
-    QVERIFY(moved.path().isEmpty() && !moved.hasVolumeID()); // NOLINT(bugprone-use-after-move)
+    QVERIFY(moved.path().isEmpty() && !moved.hasVolumeID()); // NOLINT: as above
     QCOMPARE(deleted, 1);
 }
 

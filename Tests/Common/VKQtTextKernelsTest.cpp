@@ -160,7 +160,7 @@ void VKQtTextKernelsTest::equalityOfSlices() {
     int found = 0;
     for (int i = 0; i < 30000; ++i) {
         const QString text = randomText(random, 1 + static_cast<int>(random() % 60));
-        const auto length = static_cast<qsizetype>(1 + random() % static_cast<size_t>(text.size()));
+        const qsizetype length = 1 + static_cast<qsizetype>(random() % static_cast<size_t>(text.size()));
         const QString head = relative(random, text.first(length));
         const QString tail = relative(random, text.last(length));
         const QStringView view(text);
