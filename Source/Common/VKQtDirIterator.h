@@ -51,9 +51,9 @@ public:
     /// folders by isDirectoryFiltered(); hidden entries (names that begin with ".") come only with
     /// mIncludeHidden. A symbolic link is listed as what it names under its own name, one that names nothing
     /// as a file of size 0 with the link's own dates. Pipes, sockets and devices count as files. Packages
-    /// exist on macOS only: elsewhere a folder with such a name is a folder. Bytes of a name that are not
-    /// UTF-8 are listed as U+FFFD, and so is "\", which a path would read as a separator. An entry that
-    /// vanishes meanwhile is left out.
+    /// exist on macOS only: elsewhere a folder with such a name is a folder. What is not UTF-8 in a name, and
+    /// a backslash, is listed as a replacement character. An entry that vanishes meanwhile is left out, but a
+    /// plain file or folder without details: it is not looked at again.
     [[nodiscard]] virtual bool next(Entry& entry) = 0;
 
     /// Whether next() fetches sizes and dates; true at first. Without them a listing is three times as fast.
@@ -61,8 +61,8 @@ public:
     void setFetchDetails(bool fetch) { mFetchDetails = fetch; }
     [[nodiscard]] bool fetchDetails() const { return mFetchDetails; }
 
-    /// 0, or the status that prevented the listing or ended it early: 2 no such folder, 13 not readable, 20
-    /// not a folder, 1002 not a path. Tells an empty folder from an unreadable one, which both list nothing.
+    /// 0, or the status that prevented the listing or ended it early: 2 no such folder (any more), 13 not
+    /// readable, 20 not a folder, another errno, or 1002 not a path. Tells an empty folder from an unreadable one, which both list nothing.
     [[nodiscard]] VKStatus status() const { return mStatus; }
 
 protected:
