@@ -21,6 +21,7 @@ struct VKFolderEntry {
     VKItemKind kind = VKItemKind::Unknown;
 };
 
+/// Moving takes the open folder along, with the last entry's rawName; the reader that was moved from is closed.
 class VKCORE_EXPORT VKFolderReader {
 public:
     VKFolderReader() noexcept;

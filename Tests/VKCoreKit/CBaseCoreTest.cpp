@@ -1,26 +1,52 @@
-// Counting references.
-#include <VKCoreKit/CBaseCore.h>
+// Counting: one reference at birth, none copied, deleted by the last release on whichever thread.
+#include "VKCoreKit/CBaseCore.h"
 
 #include "Support/VKTest.h"
 
 #include <atomic>
-#include <cstdint>
+#include <cstddef>
 #include <cstring>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace {
 
+static_assert(std::is_polymorphic_v<CBaseCore>);
+static_assert(std::has_virtual_destructor_v<CBaseCore>);
+static_assert(std::is_nothrow_copy_constructible_v<CBaseCore>);
+static_assert(std::is_nothrow_copy_assignable_v<CBaseCore>);
+
 class Counted : public CBaseCore {
 public:
-    explicit Counted(std::atomic<int>& deleted) : mDeleted(&deleted) {}
+    explicit Counted(std::atomic<int>* deleted = nullptr, int value = 0) : mValue(value), mDeleted(deleted) {}
     Counted(const Counted&) = default;
     Counted& operator=(const Counted&) = default;
-    ~Counted() override { ++*mDeleted; }
+    ~Counted() override {
+        if (mDeleted != nullptr) {
+            ++*mDeleted;
+        }
+    }
+
+    int mValue;
 
 private:
     std::atomic<int>* mDeleted;
 };
+
+/// What the count is, by taking a reference and giving it back.
+std::uint32_t countOf(CBaseCore& object) {
+    object.AddRef();
+    return object.Release();
+}
+
+/// The place of a virtual function in the table, as the Itanium C++ ABI stores it in a member pointer.
+template <typename Member>
+std::ptrdiff_t slotOf(Member member) {
+    std::ptrdiff_t stored = 0;
+    std::memcpy(&stored, &member, sizeof stored);
+    return stored / std::ptrdiff_t{sizeof(void*)};
+}
 
 } // namespace
 
@@ -29,89 +55,154 @@ class CBaseCoreTest : public VKTest {
 
 private Q_SLOTS:
     void startsAtOne();
-    void copiesStartAtOne();
+    void lastReleaseDeletes();
+    void valueOnTheStack();
+    void copyStartsAtOne();
     void assigningChangesNoCount();
-    void deletedThroughTheBase();
-    void manyThreads();
+    void overriddenCounting();
     void slotOrder();
+    void threads();
+    void lastReleaseSeesWhatOthersWrote();
 };
 
 void CBaseCoreTest::startsAtOne() {
-    std::atomic<int> deleted{0};
-    auto* object = new Counted(deleted);
+    std::atomic<int> deleted = 0;
+    auto* const object = new Counted(&deleted);
     QCOMPARE(object->AddRef(), 2U);
     QCOMPARE(object->AddRef(), 3U);
     QCOMPARE(object->Release(), 2U);
     QCOMPARE(object->Release(), 1U);
     QCOMPARE(deleted.load(), 0);
     QCOMPARE(object->Release(), 0U);
+}
+
+void CBaseCoreTest::lastReleaseDeletes() {
+    std::atomic<int> deleted = 0;
+    CBaseCore* const object = new Counted(&deleted);
+    object->AddRef();
+    object->Release();
+    QCOMPARE(deleted.load(), 0);
+    object->Release();
     QCOMPARE(deleted.load(), 1);
 }
 
-void CBaseCoreTest::copiesStartAtOne() {
-    std::atomic<int> deleted{0};
-    Counted original(deleted);
-    original.AddRef();
-    auto* copy = new Counted(original);
-    QCOMPARE(copy->Release(), 0U);
+void CBaseCoreTest::valueOnTheStack() {
+    std::atomic<int> deleted = 0;
+    {
+        Counted object(&deleted);
+        QCOMPARE(countOf(object), 1U);
+    }
     QCOMPARE(deleted.load(), 1);
-    QCOMPARE(original.Release(), 1U);
+}
+
+void CBaseCoreTest::copyStartsAtOne() {
+    Counted original(nullptr, 7);
+    original.AddRef();
+    original.AddRef();
+    Counted copy(original);
+    QCOMPARE(copy.mValue, 7);
+    QCOMPARE(countOf(copy), 1U);
+    QCOMPARE(countOf(original), 3U);
+    Counted moved(std::move(original));
+    QCOMPARE(countOf(moved), 1U);
 }
 
 void CBaseCoreTest::assigningChangesNoCount() {
-    std::atomic<int> deleted{0};
-    Counted first(deleted);
-    Counted second(deleted);
-    first.AddRef();
-    first.AddRef();
-    second = first;
-    QCOMPARE(second.AddRef(), 2U);
-    QCOMPARE(first.AddRef(), 4U);
+    Counted one(nullptr, 1);
+    one.AddRef();
+    Counted other(nullptr, 2);
+    other.AddRef();
+    other.AddRef();
+    one = other;
+    QCOMPARE(one.mValue, 2);
+    QCOMPARE(countOf(one), 2U);
+    QCOMPARE(countOf(other), 3U);
+    Counted& self = one;
+    one = self;
+    QCOMPARE(countOf(one), 2U);
+    one = Counted(nullptr, 3);
+    QCOMPARE(one.mValue, 3);
+    QCOMPARE(countOf(one), 2U);
 }
 
-void CBaseCoreTest::deletedThroughTheBase() {
-    std::atomic<int> deleted{0};
-    CBaseCore* object = new Counted(deleted);
-    QCOMPARE(object->Release(), 0U);
-    QCOMPARE(deleted.load(), 1);
+void CBaseCoreTest::overriddenCounting() {
+    class Immortal final : public CBaseCore {
+    public:
+        std::uint32_t AddRef() override { return 1; }
+        std::uint32_t Release() override { return 1; }
+    };
+    Immortal object;
+    CBaseCore& base = object;
+    QCOMPARE(base.AddRef(), 1U);
+    QCOMPARE(base.Release(), 1U);
+    QCOMPARE(base.Release(), 1U);
 }
 
-void CBaseCoreTest::manyThreads() {
+void CBaseCoreTest::slotOrder() {
+    // The destructor takes the first two places: one destroys, one deletes as well.
+    QCOMPARE(slotOf(&CBaseCore::AddRef), std::ptrdiff_t{2});
+    QCOMPARE(slotOf(&CBaseCore::Release), std::ptrdiff_t{3});
+}
+
+void CBaseCoreTest::threads() {
     constexpr int kThreads = 8;
-    constexpr int kRounds = 10000;
-    std::atomic<int> deleted{0};
-    auto* object = new Counted(deleted);
-    for (int i = 0; i < kThreads; ++i) {
-        object->AddRef();
-    }
+    constexpr int kRounds = 20000;
+    std::atomic<int> deleted = 0;
+    auto* const object = new Counted(&deleted);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([object] {
             for (int round = 0; round < kRounds; ++round) {
                 object->AddRef();
+                object->AddRef();
                 object->Release();
             }
-            object->Release();
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     QCOMPARE(deleted.load(), 0);
+    QCOMPARE(countOf(*object), 1U + kThreads * kRounds);
+    for (int i = 0; i < kThreads * kRounds; ++i) {
+        object->Release();
+    }
     QCOMPARE(object->Release(), 0U);
     QCOMPARE(deleted.load(), 1);
 }
 
-void CBaseCoreTest::slotOrder() {
-    // In this system's C++ interface a pointer to a virtual function begins with 1 + the offset of its slot; the
-    // destructor takes the first two slots.
-    const auto slotOf = [](auto function) {
-        std::uintptr_t first = 0;
-        std::memcpy(&first, &function, sizeof first);
-        return (first - 1) / sizeof(void*);
+void CBaseCoreTest::lastReleaseSeesWhatOthersWrote() {
+    // Plain writes before a release, read by the destructor on whichever thread it runs.
+    class Summing final : public CBaseCore {
+    public:
+        explicit Summing(std::atomic<int>* sum) : mSum(sum) {}
+        Summing(const Summing&) = delete;
+        Summing& operator=(const Summing&) = delete;
+        ~Summing() override { *mSum += mParts[0] + mParts[1] + mParts[2] + mParts[3]; }
+        int mParts[4] = {};
+
+    private:
+        std::atomic<int>* mSum;
     };
-    QCOMPARE(slotOf(&CBaseCore::AddRef), std::uintptr_t{2});
-    QCOMPARE(slotOf(&CBaseCore::Release), std::uintptr_t{3});
+    constexpr int kRounds = 2000;
+    std::atomic<int> sum = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        auto* const object = new Summing(&sum);
+        std::vector<std::thread> threads;
+        for (std::size_t i = 1; i < 4; ++i) {
+            object->AddRef();
+            threads.emplace_back([object, i] {
+                object->mParts[i] = 1;
+                object->Release();
+            });
+        }
+        object->mParts[0] = 1;
+        object->Release();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+    QCOMPARE(sum.load(), 4 * kRounds);
 }
 
 VKTEST_MAIN(CBaseCoreTest)

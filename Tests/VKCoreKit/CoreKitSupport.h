@@ -1,4 +1,4 @@
-// What the tests of the core library share: owned strings and URLs, and a log that can be looked at.
+// What the tests of the core library share: owned strings, URLs and streams, and a log that can be looked at.
 #pragma once
 
 #include "CoreFoundation/CFQt.h"
@@ -7,6 +7,7 @@
 
 #include <QList>
 
+#include <memory>
 #include <mutex>
 
 namespace CoreKit {
@@ -30,6 +31,53 @@ inline VKCFRef<CFURLRef> makeUrl(const QByteArray& path, bool isFolder = false) 
 inline VKCFRef<CFURLRef> makeWebUrl() {
     return VKCFRef<CFURLRef>::adopt(
         CFURLCreateWithString(kCFAllocatorDefault, CFSTR("https://example.org/a"), nullptr));
+}
+
+struct StreamReleaser {
+    void operator()(VKStream* stream) const { VKStreamRelease(stream); }
+};
+
+/// One reference to a stream.
+using OwnedStream = std::unique_ptr<VKStream, StreamReleaser>;
+
+inline OwnedStream makeMemoryStream() {
+    VKStream* stream = nullptr;
+    return VKStreamCreateMemory(&stream) == kVKStatusSuccess ? OwnedStream(stream) : OwnedStream();
+}
+
+/// Null when the file does not open.
+inline OwnedStream makeFileStream(const QByteArray& path, bool write) {
+    VKStream* stream = nullptr;
+    const VKStatus status = VKStreamCreateFile(makeUrl(path).get(), write, &stream);
+    return status == kVKStatusSuccess ? OwnedStream(stream) : OwnedStream();
+}
+
+inline VKStatus writeBytes(const OwnedStream& stream, const QByteArray& bytes) {
+    return VKStreamWrite(stream.get(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+/// Fills the array with the next bytes.
+inline VKStatus readBytes(const OwnedStream& stream, QByteArray& bytes) {
+    return VKStreamRead(stream.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+}
+
+/// The whole content; a null QByteArray when it cannot be had.
+inline QByteArray contentOf(const OwnedStream& stream) {
+    VKCFRef<CFDataRef> data;
+    return VKStreamGetDataCopy(stream.get(), data.out()) == kVKStatusSuccess
+               ? CFDataCopyQByteArray(data.get())
+               : QByteArray();
+}
+
+/// The largest number stands for a stream that does not tell.
+inline std::uint64_t positionOf(const OwnedStream& stream) {
+    std::uint64_t position = 0;
+    return VKStreamGetPosition(stream.get(), &position) == kVKStatusSuccess ? position : UINT64_MAX;
+}
+
+inline std::uint64_t availableIn(const OwnedStream& stream) {
+    std::uint64_t bytes = 0;
+    return VKStreamGetAvailable(stream.get(), &bytes) == kVKStatusSuccess ? bytes : UINT64_MAX;
 }
 
 /// A record that outlives the call it was handed to.

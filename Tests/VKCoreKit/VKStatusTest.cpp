@@ -1,93 +1,160 @@
-// Statuses and what they say.
-#include <VKCoreKit/VKStatus.h>
+// Each status has its number and its words.
+#include "VKCoreKit/VKStatus.h"
 
 #include "Support/VKTest.h"
 
 #include <QSet>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+const char* const kUnknown = "Unknown status";
+
+struct Named {
+    const char* name;
+    VKStatus status;
+    VKStatus number;
+    const char* text;
+};
+
+#define NAMED(name, number, text)                                                                            \
+    Named { #name, name, number, text }
+
+// Applications and files hold these numbers.
+const Named kNamed[] = {
+    NAMED(kVKStatusSuccess, 0, "Success"),
+    NAMED(kVKStatusNoAttributes, 1001, "No file attributes"),
+    NAMED(kVKStatusNotConvertible, 1002, "Not a usable path or class identifier"),
+    NAMED(kVKStatusNotUnderstood, 1003, "Reply or output not understood"),
+    NAMED(kVKStatusBadArgument, 1005, "Bad or empty argument"),
+    NAMED(kVKStatusOutOfRange, 1006, "Index out of range or missing name"),
+    NAMED(kVKStatusCancelled, 1007, "Cancelled or not applicable"),
+    NAMED(kVKStatusIncompleteBookmark, 1009, "Incomplete bookmark"),
+    NAMED(kVKStatusMissingKey, 1016, "A required key is missing"),
+    NAMED(kVKStatusEndOfStream, 1020, "Unexpected end of the stream"),
+    NAMED(kVKStatusWritabilityUnknown, 1025, "It is not known whether the folder is writable"),
+    NAMED(kVKStatusUnknownValueType, 1029, "Unknown type of value"),
+    NAMED(kVKStatusNoBaseURL, 1034, "No base URL is set"),
+    NAMED(kVKStatusStatFailed, 1070, "The file's record could not be read"),
+    NAMED(kVKStatusTimedOut, 1081, "Timed out"),
+    NAMED(kVKStatusUnauthorized, 1089, "Not authorised (HTTP 401)"),
+    NAMED(kVKStatusTransportFailed, 1094, "The transfer failed"),
+    NAMED(kVKStatusTooManyRequests, 1096, "Too many requests (HTTP 429)"),
+    NAMED(kVKStatusServerError, 1102, "Internal server error (HTTP 500)"),
+    NAMED(kVKStatusBadRequest, 1103, "Bad request (HTTP 400)"),
+    NAMED(kVKStatusHostNotResolved, 1105, "The host's name could not be resolved"),
+};
+
+} // namespace
 
 class VKStatusTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void numbers_data();
-    void numbers();
-    void textsDiffer();
+    void named_data();
+    void named();
+    void systemErrors_data();
     void systemErrors();
-    void unknownOnes_data();
-    void unknownOnes();
+    void unknown_data();
+    void unknown();
+    void everyStatusHasWordsOfItsOwn();
+    void textsStay();
 };
 
-void VKStatusTest::numbers_data() {
+void VKStatusTest::named_data() {
     QTest::addColumn<VKStatus>("status");
     QTest::addColumn<VKStatus>("number");
-    QTest::newRow("success") << kVKStatusSuccess << VKStatus{0};
-    QTest::newRow("no attributes") << kVKStatusNoAttributes << VKStatus{1001};
-    QTest::newRow("not convertible") << kVKStatusNotConvertible << VKStatus{1002};
-    QTest::newRow("not understood") << kVKStatusNotUnderstood << VKStatus{1003};
-    QTest::newRow("bad argument") << kVKStatusBadArgument << VKStatus{1005};
-    QTest::newRow("out of range") << kVKStatusOutOfRange << VKStatus{1006};
-    QTest::newRow("cancelled") << kVKStatusCancelled << VKStatus{1007};
-    QTest::newRow("incomplete bookmark") << kVKStatusIncompleteBookmark << VKStatus{1009};
-    QTest::newRow("missing key") << kVKStatusMissingKey << VKStatus{1016};
-    QTest::newRow("end of stream") << kVKStatusEndOfStream << VKStatus{1020};
-    QTest::newRow("writability unknown") << kVKStatusWritabilityUnknown << VKStatus{1025};
-    QTest::newRow("unknown value type") << kVKStatusUnknownValueType << VKStatus{1029};
-    QTest::newRow("no base URL") << kVKStatusNoBaseURL << VKStatus{1034};
-    QTest::newRow("stat failed") << kVKStatusStatFailed << VKStatus{1070};
-    QTest::newRow("timed out") << kVKStatusTimedOut << VKStatus{1081};
-    QTest::newRow("unauthorised") << kVKStatusUnauthorized << VKStatus{1089};
-    QTest::newRow("transport failed") << kVKStatusTransportFailed << VKStatus{1094};
-    QTest::newRow("too many requests") << kVKStatusTooManyRequests << VKStatus{1096};
-    QTest::newRow("server error") << kVKStatusServerError << VKStatus{1102};
-    QTest::newRow("bad request") << kVKStatusBadRequest << VKStatus{1103};
-    QTest::newRow("host not resolved") << kVKStatusHostNotResolved << VKStatus{1105};
+    QTest::addColumn<QByteArray>("text");
+    for (const Named& row : kNamed) {
+        QTest::newRow(row.name) << row.status << row.number << QByteArray(row.text);
+    }
 }
 
-void VKStatusTest::numbers() {
+void VKStatusTest::named() {
     QFETCH(VKStatus, status);
     QFETCH(VKStatus, number);
+    QFETCH(QByteArray, text);
     QCOMPARE(status, number);
-    const QByteArray text(VKStatusText(status));
-    QVERIFY(!text.isEmpty());
-    QVERIFY(text != "Unknown status");
-    QVERIFY(!text.endsWith('.'));
+    QCOMPARE(QByteArray(VKStatusText(status)), text);
 }
 
-void VKStatusTest::textsDiffer() {
-    QSet<QByteArray> texts;
-    int known = 0;
-    for (VKStatus status = 1000; status < 1200; ++status) {
-        const QByteArray text(VKStatusText(status));
-        if (text != "Unknown status") {
-            ++known;
-            texts.insert(text);
-        }
-    }
-    QCOMPARE(known, 20);
-    QCOMPARE(texts.size(), 20);
+void VKStatusTest::systemErrors_data() {
+    QTest::addColumn<int>("error");
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("ENOENT") << ENOENT << 2 << QByteArray("No such file or directory");
+    QTest::newRow("EACCES") << EACCES << 13 << QByteArray("Permission denied");
+    QTest::newRow("EEXIST") << EEXIST << 17 << QByteArray("File exists");
+    QTest::newRow("EISDIR") << EISDIR << 21 << QByteArray("Is a directory");
+    QTest::newRow("ENOSPC") << ENOSPC << 28 << QByteArray("No space left on device");
+    QTest::newRow("EROFS") << EROFS << 30 << QByteArray("Read-only file system");
 }
 
 void VKStatusTest::systemErrors() {
-    QCOMPARE(QByteArray(VKStatusText(ENOENT)), QByteArray("No such file or directory"));
-    QCOMPARE(QByteArray(VKStatusText(EACCES)), QByteArray("Permission denied"));
-    QCOMPARE(QByteArray(VKStatusText(EEXIST)), QByteArray("File exists"));
-    QCOMPARE(QByteArray(VKStatusText(ENOSPC)), QByteArray("No space left on device"));
+    QFETCH(int, error);
+    QFETCH(int, number);
+    QFETCH(QByteArray, text);
+    QCOMPARE(error, number);
+    QCOMPARE(QByteArray(VKStatusText(static_cast<VKStatus>(error))), text);
 }
 
-void VKStatusTest::unknownOnes_data() {
+void VKStatusTest::unknown_data() {
     QTest::addColumn<VKStatus>("status");
-    QTest::newRow("between the known ones") << VKStatus{1004};
-    QTest::newRow("after the last errno") << VKStatus{999};
-    QTest::newRow("largest signed") << VKStatus{0x7FFFFFFF};
-    QTest::newRow("first that is negative when signed") << VKStatus{0x80000000};
-    QTest::newRow("largest") << VKStatus{0xFFFFFFFF};
+    QTest::newRow("a gap in the system's errors") << VKStatus{41};
+    QTest::newRow("after the system's errors") << VKStatus{999};
+    QTest::newRow("before the library's own") << VKStatus{1000};
+    QTest::newRow("between the library's own") << VKStatus{1004};
+    QTest::newRow("after the library's own") << VKStatus{1106};
+    QTest::newRow("largest int") << VKStatus{INT_MAX};
+    QTest::newRow("above every int") << VKStatus{INT_MAX} + 1;
+    QTest::newRow("a negated error") << static_cast<VKStatus>(-ENOENT);
+    QTest::newRow("largest") << VKStatus{UINT_MAX};
 }
 
-void VKStatusTest::unknownOnes() {
+void VKStatusTest::unknown() {
     QFETCH(VKStatus, status);
-    QCOMPARE(QByteArray(VKStatusText(status)), QByteArray("Unknown status"));
+    QCOMPARE(QByteArray(VKStatusText(status)), QByteArray(kUnknown));
+}
+
+void VKStatusTest::everyStatusHasWordsOfItsOwn() {
+    QSet<VKStatus> own;
+    for (const Named& row : kNamed) {
+        own.insert(row.number);
+    }
+    QCOMPARE(own.size(), qsizetype(std::size(kNamed)));
+    QSet<QByteArray> texts;
+    for (VKStatus status = 0; status < 5000; ++status) {
+        const char* const text = VKStatusText(status);
+        QVERIFY(text != nullptr);
+        const QByteArray words(text);
+        const bool isErrno = strerrorname_np(static_cast<int>(status)) != nullptr;
+        QCOMPARE(words != kUnknown, own.contains(status) || isErrno);
+        if (words == kUnknown) {
+            continue;
+        }
+        QVERIFY2(!words.isEmpty() && words == words.trimmed() && !words.endsWith('.'), text);
+        QVERIFY2(!texts.contains(words), text);
+        texts.insert(words);
+    }
+}
+
+void VKStatusTest::textsStay() {
+    const char* const known = VKStatusText(kVKStatusCancelled);
+    const char* const system = VKStatusText(ENOSPC);
+    const char* const unknown = VKStatusText(41);
+    std::thread([&] {
+        for (VKStatus status = 0; status < 2000; ++status) {
+            static_cast<void>(VKStatusText(status));
+        }
+    }).join();
+    QCOMPARE(QByteArray(known), QByteArray("Cancelled or not applicable"));
+    QCOMPARE(QByteArray(system), QByteArray("No space left on device"));
+    QCOMPARE(QByteArray(unknown), QByteArray(kUnknown));
+    QVERIFY(VKStatusText(ENOSPC) == system);
 }
 
 VKTEST_MAIN(VKStatusTest)

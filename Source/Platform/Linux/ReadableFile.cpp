@@ -27,8 +27,11 @@ int ReadableFile::open(const QByteArray& path) {
     // Without O_NONBLOCK opening a fifo waits for a writer; a regular file does not know the difference.
     FileDescriptor file(
         retried([&] { return ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+    if (!file.isOpen()) {
+        return errno == ENXIO ? EOPNOTSUPP : errno; // ENXIO: a socket, or a device that is not there
+    }
     struct stat record;
-    if (!file.isOpen() || ::fstat(file.get(), &record) != 0) {
+    if (::fstat(file.get(), &record) != 0) {
         return errno;
     }
     if (!S_ISREG(record.st_mode)) {
