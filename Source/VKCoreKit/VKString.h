@@ -11,8 +11,9 @@ class VKString {
 public:
     VKString() noexcept = default;
 
-    /// Takes a reference of its own: the caller keeps the one it has.
-    explicit VKString(CFStringRef string) noexcept : mString(VKCFRef<CFStringRef>::retain(string)) {}
+    /// Takes a reference of its own: the caller keeps the one it has. Implicit, as is the way back: a string of
+    /// either kind serves where the other is asked for.
+    VKString(CFStringRef string) noexcept : mString(VKCFRef<CFStringRef>::retain(string)) {}
 
     /// Borrowed: valid as long as this object keeps it.
     operator CFStringRef() const noexcept { return mString.get(); } // NOLINT: conversion is what it is for
