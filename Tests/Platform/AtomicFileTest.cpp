@@ -279,7 +279,7 @@ void AtomicFileTest::refused() {
     QFETCH(int, error);
     Disk::makeFolder(mRoot + "/folder");
     Disk::makeFile(mRoot + "/file", "old");
-    QCOMPARE(::mkfifo(Disk::text(mRoot + "/fifo"), 0600), 0);
+    Disk::makeFifo(mRoot + "/fifo");
     AtomicFile file;
     QCOMPARE(file.open(name.isEmpty() ? name : mRoot + name), error);
     QVERIFY(!file.isOpen());
@@ -512,7 +512,7 @@ void AtomicFileTest::reading() {
     Disk::makeFile(path(), "0123456789");
     Disk::makeFolder(mRoot + "/folder");
     Disk::makeLink(mRoot + "/link", "config.json");
-    QCOMPARE(::mkfifo(Disk::text(mRoot + "/fifo"), 0600), 0);
+    Disk::makeFifo(mRoot + "/fifo");
     ReadableFile file;
     QVERIFY(!file.isOpen());
     QCOMPARE(file.open(mRoot + "/folder"), EISDIR);

@@ -11,8 +11,6 @@
 #include <QMap>
 
 #include <cerrno>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 using namespace VKPlatform;
 
@@ -113,16 +111,8 @@ void FolderListingTest::kindsAndDetails() {
     Disk::makeFolder(root + "folder");
     Disk::makeFile(root + ".hidden", "1");
     Disk::makeFile(root + "...", "12");
-    QCOMPARE(::mkfifo(Disk::text(root + "fifo"), 0600), 0);
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    {
-        const Disk::WorkingFolder working(mRoot);
-        std::strcpy(address.sun_path, "socket");
-        QCOMPARE(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    }
-    ::close(socket);
+    Disk::makeFifo(root + "fifo");
+    Disk::makeSocket(root + "socket");
     Disk::makeLink(root + "toFile", "file");
     Disk::makeLink(root + "toFolder", "folder");
     Disk::makeLink(root + "dangling", "nothing");
@@ -202,7 +192,7 @@ void FolderListingTest::whatDoesNotOpen() {
     QFETCH(int, error);
     Disk::makeFile(mRoot + "/file");
     Disk::makeLink(mRoot + "/dangling", "nothing");
-    QCOMPARE(::mkfifo(Disk::text(mRoot + "/fifo"), 0600), 0);
+    Disk::makeFifo(mRoot + "/fifo");
     FolderListing listing;
     QCOMPARE(listing.open(mRoot + name), error);
     FolderListing::Entry entry;

@@ -14,7 +14,9 @@
 #include <filesystem>
 #include <functional>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -44,6 +46,8 @@ inline void makeFolder(const QByteArray& path) { must(::mkdir(path.constData(), 
 inline void makeLink(const QByteArray& path, const QByteArray& target) {
     must(::symlink(target.constData(), path.constData()) == 0, "symlink", path);
 }
+
+inline void makeFifo(const QByteArray& path) { must(::mkfifo(path.constData(), 0644) == 0, "mkfifo", path); }
 
 inline QByteArray contentOf(const QByteArray& path) {
     const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
@@ -138,6 +142,20 @@ public:
 private:
     int mBefore;
 };
+
+inline void makeSocket(const QByteArray& path) {
+    // From within its folder, because an address is shorter than a path may be.
+    const qsizetype slash = path.lastIndexOf('/');
+    const WorkingFolder working(path.first(slash));
+    const QByteArray name = path.sliced(slash + 1);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    must(static_cast<std::size_t>(name.size()) < sizeof address.sun_path, "name", path);
+    std::copy(name.begin(), name.end(), address.sun_path);
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    must(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "bind", path);
+    ::close(socket);
+}
 
 /// A file system of its own in memory, of the given size, as long as the object lives. Needs root.
 class TemporaryFileSystem {

@@ -103,8 +103,6 @@ void CBaseCoreTest::copyStartsAtOne() {
     QCOMPARE(copy.mValue, 7);
     QCOMPARE(countOf(copy), 1U);
     QCOMPARE(countOf(original), 3U);
-    Counted moved(std::move(original));
-    QCOMPARE(countOf(moved), 1U);
 }
 
 void CBaseCoreTest::assigningChangesNoCount() {
@@ -150,6 +148,7 @@ void CBaseCoreTest::threads() {
     std::atomic<int> deleted = 0;
     auto* const object = new Counted(&deleted);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([object] {
             for (int round = 0; round < kRounds; ++round) {

@@ -89,7 +89,7 @@ void VKCFRefTest::retain() {
 
 void VKCFRefTest::copy() {
     const Ref owner = Ref::retain(mValue);
-    const Ref copy(owner);
+    const Ref copy(owner); // NOLINT(performance-unnecessary-copy-initialization): it is what is tested
     QVERIFY(copy.get() == mValue);
     QVERIFY(owner.get() == mValue);
     QCOMPARE(count(), CFIndex{3});

@@ -269,7 +269,7 @@ void VKFileMgrTest::existence() {
     Disk::makeLink(mRoot + "folder-link", "folder");
     Disk::makeLink(mRoot + "dangling", "nothing");
     Disk::makeLink(mRoot + "loop", "loop");
-    QCOMPARE(::mkfifo(Disk::text(mRoot + "fifo"), 0644), 0);
+    Disk::makeFifo(mRoot + "fifo");
     QCOMPARE(VKFileMgrPathExists(makeUrl(mRoot + name).get()), exists);
     VKItemDetails details;
     QCOMPARE(VKFileMgrGetItemDetails(makeUrl(mRoot + name).get(), false, &details) == kVKStatusSuccess,
@@ -338,7 +338,7 @@ void VKFileMgrTest::kinds() {
     Disk::makeLink(mRoot + "folder-link", "folder");
     Disk::makeLink(mRoot + "dangling", "nothing");
     Disk::makeLink(mRoot + "loop", "loop");
-    QCOMPARE(::mkfifo(Disk::text(mRoot + "fifo"), 0644), 0);
+    Disk::makeFifo(mRoot + "fifo");
 
     VKItemDetails details;
     details.sizeInBytes = 4711;

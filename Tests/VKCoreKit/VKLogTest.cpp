@@ -368,6 +368,7 @@ void VKLogTest::replacingUnderThreads() {
     std::atomic<bool> stop = false;
     std::atomic<int> sent = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {
             while (!stop) {

@@ -4,13 +4,9 @@
 #include "CoreKitSupport.h"
 #include "Support/DiskSupport.h"
 
-#include <QTest>
-
 #include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 using namespace CoreKit;
 
@@ -25,19 +21,6 @@ VKStatus openStatus(CFURLRef url, bool write) {
     const VKStatus status = VKStreamCreateFile(url, write, &stream);
     const OwnedStream owner(stream);
     return (status == kVKStatusSuccess) == (stream != nullptr) ? status : kVKStatusNotUnderstood;
-}
-
-void makeSocket(const QByteArray& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    // From within its folder: an address is shorter than a path may be.
-    const qsizetype slash = path.lastIndexOf('/');
-    const Disk::WorkingFolder working(path.first(slash));
-    std::strcpy(address.sun_path, path.sliced(slash + 1).constData());
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    Disk::must(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "bind",
-               path);
-    ::close(socket);
 }
 
 } // namespace
@@ -315,8 +298,8 @@ void VKStreamFileTest::whatDoesNotOpen() {
     QFETCH(VKStatus, status);
     Disk::makeFile(path("file"), "old");
     Disk::makeFolder(path("folder"));
-    QCOMPARE(::mkfifo(Disk::text(path("fifo")), 0644), 0);
-    makeSocket(path("socket"));
+    Disk::makeFifo(path("fifo"));
+    Disk::makeSocket(path("socket"));
     Disk::makeLink(path("folder-link"), "folder");
     Disk::makeLink(path("dangling"), "nothing");
     Disk::makeLink(path("loop"), "loop");

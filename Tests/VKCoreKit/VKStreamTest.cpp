@@ -313,8 +313,10 @@ void VKStreamTest::counting() {
 void VKStreamTest::countingOnThreads() {
     const OwnedStream stream = makeStream();
     QCOMPARE(writeBytes(stream, "abc"), kVKStatusSuccess);
+    constexpr int kThreads = 4;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
+    threads.reserve(kThreads);
+    for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&stream] {
             for (int round = 0; round < 5000; ++round) {
                 VKStreamRelease(VKStreamRetain(stream.get()));
