@@ -17,7 +17,7 @@ using DirIteratorSupport::namesOf;
 
 namespace {
 
-const bool kMacRules = QByteArray(VKTEST_PLATFORM_RULES) == "macos";
+const bool kMacRules = QByteArray(vkTestPlatformRules()) == "macos";
 const QString kNoChange;
 
 VKQtPathFilter everything() { return filterWith(QStringLiteral("+hidden +all")); }

@@ -9,7 +9,7 @@
 
 namespace {
 
-const bool kMac = QLatin1String(VKTEST_PLATFORM_RULES) == QLatin1String("macos");
+const bool kMac = QLatin1String(vkTestPlatformRules()) == QLatin1String("macos");
 const QString kSlash = QStringLiteral("/");
 
 // Every rule works on copies of strings, one step after the other.

@@ -10,7 +10,7 @@
 
 namespace {
 
-const bool kMac = QLatin1String(VKTEST_PLATFORM_RULES) == QLatin1String("macos");
+const bool kMac = QLatin1String(vkTestPlatformRules()) == QLatin1String("macos");
 
 QStringList textsOf(const QList<VKQtPath>& paths) {
     QStringList texts;

@@ -10,7 +10,7 @@ using OSType = QOperatingSystemVersion::OSType;
 
 namespace {
 
-const QByteArray kRules = VKTEST_PLATFORM_RULES;
+const QByteArray kRules = vkTestPlatformRules();
 
 } // namespace
 

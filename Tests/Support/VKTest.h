@@ -26,6 +26,9 @@ protected Q_SLOTS:
     void init();
 };
 
+/// The platform rules that this program was linked with: "host", "macos" or "windows".
+const char* vkTestPlatformRules();
+
 /// Runs the test class that `make` creates, in the pinned environment. The value for main() to return.
 int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make);
 
