@@ -51,9 +51,10 @@ public:
     /// folders by isDirectoryFiltered(); hidden entries (names that begin with ".") come only with
     /// mIncludeHidden. A symbolic link is listed as what it names under its own name, one that names nothing
     /// as a file of size 0 with the link's own dates. Pipes, sockets and devices count as files. Packages
-    /// exist on macOS only: elsewhere a folder with such a name is a folder. What is not UTF-8 in a name, and
-    /// a backslash, is listed as a replacement character. An entry that vanishes meanwhile is left out, but a
-    /// plain file or folder without details: it is not looked at again.
+    /// exist on macOS only: elsewhere a folder with such a name is a folder. Bytes of a name that are not
+    /// UTF-8 are listed as U+FFFD, and so is "\", which a path would read as a separator. An entry that
+    /// vanishes meanwhile is left out; without details, where plain files and folders are not looked at
+    /// again, such a one may still be listed.
     [[nodiscard]] virtual bool next(Entry& entry) = 0;
 
     /// Whether next() fetches sizes and dates; true at first. Without them a listing is three times as fast.
@@ -62,7 +63,8 @@ public:
     [[nodiscard]] bool fetchDetails() const { return mFetchDetails; }
 
     /// 0, or the status that prevented the listing or ended it early: 2 no such folder (any more), 13 not
-    /// readable, 20 not a folder, another errno, or 1002 not a path. Tells an empty folder from an unreadable one, which both list nothing.
+    /// readable, 20 not a folder, another errno, or 1002 not a path. Tells an empty folder from an unreadable
+    /// one, which both list nothing.
     [[nodiscard]] VKStatus status() const { return mStatus; }
 
 protected:

@@ -1,13 +1,17 @@
 // Whole listings at once, by name, for the tests of the directory iterator.
 #pragma once
 
+#include "Support/DiskSupport.h"
+
 #include <VKQtDirIterator.h>
 
 #include <QMap>
 #include <QString>
 #include <QStringList>
 
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 
 namespace DirIteratorSupport {
 
@@ -37,5 +41,11 @@ inline Listing listed(const VKQtPath& root, const VKQtPathFilter& filter, bool d
 
 /// Sorted by UTF-16 units.
 inline QStringList namesOf(const Listing& listing) { return listing.entries.keys(); }
+
+/// Sets an item's modification time, that of a link itself. The birth time is the file system's own.
+inline void setModified(const QByteArray& path, qint64 seconds, long nanoseconds = 0) {
+    const timespec times[2] = {{1, 0}, {seconds, nanoseconds}};
+    Disk::must(::utimensat(AT_FDCWD, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0, "utimensat", path);
+}
 
 } // namespace DirIteratorSupport

@@ -26,3 +26,6 @@ inline VKQtPathFilter filterWith(const QString& changes) {
     }
     return filter;
 }
+
+/// Keeps whatever a listing can hold, but folders excluded by name, ending or place.
+inline VKQtPathFilter everything() { return filterWith(QStringLiteral("+hidden +all")); }

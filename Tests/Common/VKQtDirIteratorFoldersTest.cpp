@@ -12,19 +12,15 @@
 
 #include <QSet>
 
-#include <cstring>
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 using DirIteratorSupport::listed;
 using DirIteratorSupport::Listing;
 using DirIteratorSupport::namesOf;
+using DirIteratorSupport::setModified;
 
 namespace {
-
-VKQtPathFilter everything() { return filterWith(QStringLiteral("+hidden +all")); }
 
 std::unique_ptr<VKQtDirIterator> iteratorOf(const VKQtPath& root, const VKQtPathFilter& filter) {
     return std::unique_ptr<VKQtDirIterator>(VKQtDirIterator::makeIterator(root, filter));
@@ -39,23 +35,6 @@ QByteArray bytesOf(const VKQtPath& path) {
 bool existsThrough(const VKQtPath& path) {
     const auto url = VKCFRef<CFURLRef>::adopt(path.createCFUrl());
     return url && VKFileMgrPathExists(url.get());
-}
-
-void setModified(const QByteArray& path, qint64 seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    Disk::must(::utimensat(AT_FDCWD, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0, "utimensat", path);
-}
-
-void makeSocket(const QByteArray& folder, const QByteArray& name) {
-    const Disk::WorkingFolder working(folder); // the address has little room
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, name.constData(), static_cast<std::size_t>(name.size()));
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    Disk::must(socket >= 0 &&
-                   ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
-               "bind", name);
-    ::close(socket);
 }
 
 } // namespace
@@ -133,7 +112,7 @@ void VKQtDirIteratorFoldersTest::rootsThatListNothing() {
     QFETCH(QString, name);
     QFETCH(VKStatus, status);
     Disk::makeFile(mRoot + "file.jpg");
-    Disk::must(::mkfifo(Disk::text(mRoot + "pipe"), 0644) == 0, "mkfifo", mRoot);
+    Disk::makeFifo(mRoot + "pipe");
     Disk::makeLink(mRoot + "dangling", "nothing");
     Disk::makeLink(mRoot + "loop", "loop");
     const QString text = QString::fromUtf8(mRoot) + name;
@@ -275,9 +254,9 @@ void VKQtDirIteratorFoldersTest::linksByTheFilter() {
 }
 
 void VKQtDirIteratorFoldersTest::pipesAndSocketsAreFiles() {
-    Disk::must(::mkfifo(Disk::text(mRoot + "pipe.jpg"), 0644) == 0, "mkfifo", mRoot);
-    Disk::must(::mkfifo(Disk::text(mRoot + "pipe"), 0644) == 0, "mkfifo", mRoot);
-    makeSocket(mRoot, "socket.jpg");
+    Disk::makeFifo(mRoot + "pipe.jpg");
+    Disk::makeFifo(mRoot + "pipe");
+    Disk::makeSocket(mRoot + "socket.jpg");
     Disk::makeLink(mRoot + "link.jpg", "pipe");
     const QStringList names = {QStringLiteral("link.jpg"), QStringLiteral("pipe.jpg"),
                                QStringLiteral("socket.jpg")};
@@ -317,6 +296,7 @@ void VKQtDirIteratorFoldersTest::namesAreFoundAgain_data() {
     QTest::newRow("a byte order mark in front") << QByteArray("\xEF\xBB\xBF"
                                                               "a.jpg")
                                                 << QStringLiteral("\uFEFFa.jpg");
+    QTest::newRow("a mark without a letter") << QByteArray("\xCC\xB8.jpg") << QStringLiteral("\u0338.jpg");
     QTest::newRow("Kelvin sign") << QByteArray("300\xE2\x84\xAA.jpg") << QStringLiteral("300K.jpg");
     QTest::newRow("backslash") << QByteArray("a\\b.jpg") << QStringLiteral("a\uFFFDb.jpg");
     QTest::newRow("backslash in front") << QByteArray("\\.jpg") << QStringLiteral("\uFFFD.jpg");

@@ -112,8 +112,8 @@ void VKQtDirIteratorSystemCallsTest::initTestCase() {
     Disk::makeLink(folder + "to file.txt", "d.txt");
     Disk::makeLink(folder + "to sub", "sub");
     Disk::makeLink(folder + "to sub.lrdata", "sub");
-    Disk::must(::mkfifo(Disk::text(folder + "pipe.jpg"), 0644) == 0, "mkfifo", folder);
-    Disk::must(::mkfifo(Disk::text(folder + "pipe"), 0644) == 0, "mkfifo", folder);
+    Disk::makeFifo(folder + "pipe.jpg");
+    Disk::makeFifo(folder + "pipe");
 }
 
 bool VKQtDirIteratorSystemCallsTest::trace(const QString& changes, bool details) {

@@ -14,19 +14,12 @@
 using DirIteratorSupport::listed;
 using DirIteratorSupport::Listing;
 using DirIteratorSupport::namesOf;
+using DirIteratorSupport::setModified;
 
 namespace {
 
 const bool kMacRules = QByteArray(vkTestPlatformRules()) == "macos";
 const QString kNoChange;
-
-VKQtPathFilter everything() { return filterWith(QStringLiteral("+hidden +all")); }
-
-/// Sets both times of an item, not following a link. The birth time is the file system's own.
-void setModified(const QByteArray& path, qint64 seconds, long nanoseconds) {
-    const timespec times[2] = {{1, 0}, {seconds, nanoseconds}};
-    Disk::must(::utimensat(AT_FDCWD, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0, "utimensat", path);
-}
 
 /// The birth time as the kernel tells it, in milliseconds; nothing where there is none.
 std::optional<qint64> bornMs(const QByteArray& path) {
