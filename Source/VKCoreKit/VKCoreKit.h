@@ -1,4 +1,4 @@
-/// The core library in one include: counting, statuses, strings, files, streams and the log.
+/// The core library in one include: counting, statuses, strings, files, products, progress, streams and the log.
 #pragma once
 
 #include <VKCoreKit/CBaseCore.h>
@@ -6,6 +6,8 @@
 #include <VKCoreKit/VKFileMgr.h>
 #include <VKCoreKit/VKFolderReader.h>
 #include <VKCoreKit/VKLog.h>
+#include <VKCoreKit/VKProduct.h>
+#include <VKCoreKit/VKProgress.h>
 #include <VKCoreKit/VKStatus.h>
 #include <VKCoreKit/VKStream.h>
 #include <VKCoreKit/VKString.h>

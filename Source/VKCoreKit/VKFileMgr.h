@@ -5,7 +5,9 @@
 #include "CoreFoundation/VKCoreExport.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <VKCoreKit/VKProgress.h>
 #include <VKCoreKit/VKStatus.h>
+#include <VKCoreKit/VKTypes.h>
 
 #include <cstdint>
 
@@ -58,3 +60,136 @@ VKCORE_EXPORT VKStatus VKFileMgrGetItemDetails(CFURLRef url, bool followLinks, V
 /// files over a network. A link is followed. 1005 for null pointers, 1002 when the URL names no file, 1070
 /// when the system cannot tell, as for a missing item. `*local` changes only on success.
 VKCORE_EXPORT VKStatus VKFileMgrGetLocal(CFURLRef url, bool* local);
+
+// Making, copying, moving, deleting. Statuses of all of them: 1005 for a null URL, 1002 for one that names no
+// file, otherwise those that are told, or the errno. A call that fails leaves the disk as it was, unless told.
+
+/// Makes the folder and those above it that are missing (mode 0777 less the process's mask). 0 when it is a
+/// folder already, or a link to one; 17 when something else has the name. Folders that were made before a
+/// failure are removed again.
+VKCORE_EXPORT VKStatus VKFileMgrCreateDirectory(CFURLRef url);
+
+/// Deletes a file, a link (never what it names), or a folder with everything in it. Does not follow links,
+/// does not enter another file system, and refuses the root, the home folder and a mount point (16). A tree
+/// that holds a mount point is refused before anything is deleted. 2 when there is nothing.
+VKCORE_EXPORT VKStatus VKFileMgrDeleteFolder(CFURLRef url);
+
+/// Deletes a file or a link. 21 for a folder, 2 when there is nothing.
+VKCORE_EXPORT VKStatus VKFileMgrDeleteFile(CFURLRef url);
+
+/// Copies one file: content with its holes, times to the nanosecond, mode, access lists and user attributes,
+/// by sharing extents where the file system can. A link is copied as a link. The final name appears only when
+/// the content is whole. 17 when the destination exists (it stays as it is), 21 for a folder, 95 for a fifo,
+/// socket or device.
+VKCORE_EXPORT VKStatus VKFileMgrCopyFile(CFURLRef from, CFURLRef to);
+
+/// The same, cancellable: `progress` (may be null) is looked at at least every 100 ms while bytes move, and
+/// told of the bytes (see VKProgressSetByteObserver). 1007 once cancelled; then nothing is left at `to`.
+VKCORE_EXPORT VKStatus VKFileMgrCopyFileWithProgress(CFURLRef from, CFURLRef to, VKProgress* progress);
+
+/// Copies the content of a folder into `to`, which is made if it is missing. In stages: scan (0 steps),
+/// folders, files; with `progress` each finished folder and file is reported to it, and a non-zero answer
+/// ends the copy with that status. Links are copied as links and never followed; hidden entries, fifos,
+/// sockets and devices are left out. A missing source gives an empty destination and 0. Two threads at most,
+/// which end before the call does; the observer is called on the calling thread only. Does not clean up:
+/// after a failure `to` holds what was made.
+VKCORE_EXPORT VKStatus VKFileMgrCopyFolder(CFURLRef from, CFURLRef to, VKProgress* progress);
+
+/// Gives the item a new place and name. One step inside a file system; from one to another it is copied and
+/// flushed first and then deleted, so that the source or the destination is whole at every moment. 17 when
+/// the destination exists (nothing is touched), 22 for a folder into itself, 2 when there is nothing.
+VKCORE_EXPORT VKStatus VKFileMgrMoveFile(CFURLRef from, CFURLRef to);
+
+/// The same; `progress` (may be null) can cancel while bytes are copied: 1007, and the source is untouched.
+VKCORE_EXPORT VKStatus VKFileMgrMoveFileWithProgress(CFURLRef from, CFURLRef to, VKProgress* progress);
+
+/// A name for an item beside `place` (the item whose copy is to be named) that does not exist at the moment,
+/// as a URL that the caller releases: `name` itself if it is free, then "name copy.ext", "name copy 2.ext"...
+/// with `copyWord` for "copy". At most 255 bytes, cut between characters. `isFile` false keeps the dots of a
+/// folder's name together and makes a folder URL. `firstNumber` 0 begins with the name itself; null when the
+/// URL, the name or the word is null or no name can be made of them. Whoever creates the item does it
+/// exclusively: another process may take the name first.
+VKCORE_EXPORT CFURLRef VKFileMgrCreateUniquePathName(CFURLRef place, CFStringRef name, bool isFile,
+                                                     CFStringRef copyWord, int firstNumber);
+
+/// Replaces the whole content of the file, or creates it (mode 0666 less the mask), atomically: the old file
+/// stays whole until the new one is stored. Mode, access lists and user attributes of an existing file are
+/// kept; a link is honoured. 1005 for null data, 21 for a folder, 13 for a file without write permission.
+VKCORE_EXPORT VKStatus VKFileMgrWriteFileContents(CFDataRef data, CFURLRef url);
+
+/// The whole content as a new data object that the caller releases. 27 when it is longer than the limit that
+/// VKFileMgrSetReadLimit() sets; 21 for a folder. `*out` is null after a failure.
+VKCORE_EXPORT VKStatus VKFileMgrGetFileContentsCopy(CFURLRef url, CFDataRef* out);
+
+/// The same with a limit of the caller's own, in bytes.
+VKCORE_EXPORT VKStatus VKFileMgrGetFileContentsWithLimitCopy(CFURLRef url, std::uint64_t limitInBytes,
+                                                             CFDataRef* out);
+
+/// The most that VKFileMgrGetFileContentsCopy() reads, in bytes: 2 GiB at first. Process-wide, any thread.
+VKCORE_EXPORT void VKFileMgrSetReadLimit(std::uint64_t limitInBytes) noexcept;
+
+// Recycling, in the layout of the freedesktop.org trash specification 1.0.
+
+/// Moves the item into its volume's recycle bin; `*recycled` (may be null) becomes its URL there, which the
+/// caller releases. 1007 where the volume has no bin for it: the caller may then delete, if the user says so.
+/// 2 when there is nothing. Never copies across volumes, never overwrites.
+VKCORE_EXPORT VKStatus VKFileMgrRecycleItemCopy(CFURLRef url, CFURLRef* recycled);
+
+/// Whether VKFileMgrRecycleItemCopy() would find a bin for the item. Creates nothing.
+VKCORE_EXPORT bool VKFileMgrCanRecycleItem(CFURLRef url);
+
+/// Takes an item out of the bin: to `target`, or, null, to the place that it came from (missing folders are
+/// made). 17 when something is there, nothing is touched then; 2 when the item is no longer in the bin; 1003
+/// when its record does not tell a place; 1005 when the URL is not that of an item in a bin.
+VKCORE_EXPORT VKStatus VKFileMgrRestoreRecycledItem(CFURLRef recycled, CFURLRef target);
+
+// Folders and facts.
+
+/// Kinds of well-known folders. Other numbers are not known: 1007.
+enum VKFolderType : std::int32_t {
+    kVKFolderUserAppData = 2,    ///< per-user application data
+    kVKFolderUserCaches = 4,     ///< per-user caches
+    kVKFolderCloudDocuments = 6, ///< the product's documents in the cloud; its parent is the mobile root
+    kVKFolderTemporaryItems = 14,
+    kVKFolderRawWork = 16, ///< where the folder "+raw" is made
+};
+
+/// A well-known folder as a new URL that the caller releases, with `subfolder` (may be null) appended. The
+/// folder itself is made where it is a place to write; the subfolder is not. `domain` is for the platform and
+/// null by default. 1007 when this machine has no such folder; 1005 for null `url`. `*url` is null after a
+/// failure.
+VKCORE_EXPORT VKStatus VKFileMgrGetFolderPathCopy(void* domain, VKFolderType type, CFStringRef subfolder,
+                                                  CFURLRef* url);
+
+/// Says where a well-known folder lies from now on in this process; null goes back to the machine's own.
+VKCORE_EXPORT void VKFileMgrSetFolderPath(VKFolderType type, CFURLRef url);
+
+/// What this process may still write on the volume that holds the item, in bytes. For an item that does not
+/// exist yet the nearest folder above it answers. `*bytes` changes only on success.
+VKCORE_EXPORT VKStatus VKFileMgrGetBytesFreeFromPath(CFURLRef url, unsigned long long* bytes);
+
+/// Whether this process can create items in the folder. 1025 only where the system does not tell; a missing
+/// folder is 2. `*writable` is false after a failure.
+VKCORE_EXPORT VKStatus VKFileMgrGetFolderWritable(CFURLRef folder, bool* writable);
+
+/// The image's sidecar as a new URL: its name with the suffix replaced by "xmp" (appended where there is no
+/// suffix). Nothing needs to exist. The name is looked up on disk like any other.
+VKCORE_EXPORT VKStatus VKFileMgrCreateSidecarPathForImage(CFURLRef image, CFURLRef* sidecar);
+
+/// The version of a bundle (its Info.plist) or of a shared library (the digits of its real name): `*text`
+/// (may be null) is a new string that the caller releases, `*info` (may be null) its numbers. 1007 where the
+/// item carries none, 1003 where the record is damaged.
+VKCORE_EXPORT VKStatus VKFileMgrGetFileVersionInfoCopy(CFURLRef url, CFStringRef* text, VKVersionInfo* info);
+
+/// Where the installed content of the product lies; null forgets it. Process-wide, any thread.
+VKCORE_EXPORT void VKFileMgrSetFactoryContentLocation(CFURLRef folder);
+
+/// What was set, as a new reference that the caller releases; null when nothing was.
+VKCORE_EXPORT CFURLRef VKFileMgrGetFactoryContentLocationCopy();
+
+/// The name that a person knows the volume by; null when there is no such volume. The caller releases it.
+VKCORE_EXPORT CFStringRef VKFileMgrGetVolumeDisplayNameCopy(CFStringRef volume);
+
+/// The file system's own identifier of the volume that holds the item, as text ("8-4-4-4-12" upper-case
+/// hexadecimal where it is a UUID); null when it has none. The caller releases it.
+VKCORE_EXPORT CFStringRef VKFileMgrGetVolumeUUIDCopy(CFURLRef url);

@@ -19,3 +19,13 @@ struct VKRational {
 
     friend bool operator==(const VKRational&, const VKRational&) = default;
 };
+
+/// A file's version, as its bundle or its name tells it. What it does not tell is 0.
+struct VKVersionInfo {
+    std::int32_t major = 0;
+    std::int32_t minor = 0;
+    std::int32_t patch = 0;
+    std::int32_t build = 0;
+
+    friend bool operator==(const VKVersionInfo&, const VKVersionInfo&) = default;
+};
