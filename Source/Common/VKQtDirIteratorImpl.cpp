@@ -6,29 +6,21 @@
 
 #include <VKCoreKit/VKCFRef.h>
 
-#include <algorithm>
+#include <QStringBuilder>
+
 #include <cerrno>
 
 namespace {
 
 // `utc` is any time in UTC: changing a copy costs half of making one from nothing.
-QDateTime utcTime(const QDateTime& utc, bool known, qint64 milliseconds) {
-    if (!known) {
-        return QDateTime();
+void setUtcTime(QDateTime& time, const QDateTime& utc, bool known, qint64 milliseconds) {
+    time = known ? utc : QDateTime();
+    if (known) {
+        time.setMSecsSinceEpoch(milliseconds);
     }
-    QDateTime time = utc;
-    time.setMSecsSinceEpoch(milliseconds);
-    return time;
 }
 
-// QString's own way to join two texts takes memory for the first one, and then for both.
-QString joined(QStringView first, QStringView second) {
-    QString text(first.size() + second.size(), Qt::Uninitialized);
-    QChar* const units = text.data();
-    std::copy(first.begin(), first.end(), units);
-    std::copy(second.begin(), second.end(), units + first.size());
-    return text;
-}
+constexpr qsizetype kPlainNameRoom = 256;
 
 } // namespace
 
@@ -37,7 +29,9 @@ VKQtDirIteratorImpl::VKQtDirIteratorImpl(const VKQtPath& folder, const VKQtPathF
     // What joining puts before a name, asked once: names neither begin with "/" nor are empty.
     VKQtPath child = root();
     child.append(QStringLiteral("x"), false);
-    mPrefix = child.path().chopped(1);
+    mPrefixLength = child.path().size() - 1;
+    mText = child.path();
+    mText.resize(mPrefixLength + kPlainNameRoom);
 }
 
 bool VKQtDirIteratorImpl::open() {
@@ -54,7 +48,7 @@ bool VKQtDirIteratorImpl::next(Entry& entry) {
     if (isDone() || (!mOpened && !open())) {
         return false;
     }
-    while (mReader.next(mItem)) {
+    while (mReader.nextRaw(mItem)) {
         if (take(entry)) {
             return true;
         }
@@ -64,31 +58,56 @@ bool VKQtDirIteratorImpl::next(Entry& entry) {
     return false;
 }
 
-void VKQtDirIteratorImpl::setEntryPath(Entry& entry, bool isFolder) const {
-    // As root().append() would, token dropped and volume kept.
-    entry.path = root();
-    const QString text = joined(mPrefix, mItem.name);
-    if (root().hasVolumeID()) {
-        entry.path.setPath(text, isFolder, root().volumeID());
-    } else {
-        entry.path.setPath(text, isFolder);
+// A plain name is spelled behind the prefix in mText, which takes no memory and leaves nothing to normalise: the
+// prefix is canonical, and ASCII never combines with what stands before it.
+void VKQtDirIteratorImpl::readName() {
+    const QByteArrayView raw = mItem.rawName;
+    char16_t* const room = reinterpret_cast<char16_t*>(mText.data()) + mPrefixLength;
+    mIsPlain = raw.size() <= kPlainNameRoom && VKQtTextKernels::widenPlainName(room, raw);
+    if (mIsPlain) {
+        mName = QStringView(room, raw.size());
+        return;
     }
+    mOddName = mReader.lastName();
+    // A path reads "\" as a separator, so the name would lead somewhere else: shown as undecodable bytes are.
+    mOddName.replace(u'\\', QChar(QChar::ReplacementCharacter));
+    mName = mOddName;
+}
+
+void VKQtDirIteratorImpl::setEntryPath(Entry& entry, bool isFolder) const {
+    if (mIsPlain) {
+        entry.path.becomeEntry(root(), QString(mText.constData(), mPrefixLength + mName.size()), isFolder);
+        return;
+    }
+    const QString text = QStringView(mText).first(mPrefixLength) % mName;
+    entry.path.becomeEntry(root(), root().normalize(text, isFolder), isFolder);
+}
+
+// What the reader's entry is, by one system call unless a link makes it two.
+VKStatus VKQtDirIteratorImpl::askDisk(VKItemDetails& details, bool& isLink) const {
+    VKStatus status = mReader.details(isLink, details);
+    if (status == kVKStatusSuccess && details.kind == VKItemKind::Link) {
+        // The folder did not say that it is one, or it has become one meanwhile.
+        isLink = true;
+        status = mReader.details(true, details);
+    }
+    if (status != kVKStatusSuccess && isLink) {
+        // It leads nowhere, in a circle, or where this process may not look: the link stands for itself.
+        status = mReader.details(false, details);
+    }
+    return status;
 }
 
 // Whether the reader's entry is listed; `entry` is filled if so.
 bool VKQtDirIteratorImpl::take(Entry& entry) {
-    if (!filter().mIncludeHidden && mItem.name.startsWith(u'.')) {
+    if (!filter().mIncludeHidden && mItem.rawName.front() == '.') {
         return false;
     }
-    // A path reads "\" as a separator, so the name would lead somewhere else: shown as undecodable bytes are.
-    if (VKQtTextKernels::lastIndexOf(mItem.name, u'\\') >= 0) {
-        mItem.name.replace(u'\\', QChar(QChar::ReplacementCharacter));
-    }
-
+    readName();
     bool isLink = mItem.kind == VKItemKind::Link;
     const bool kindOpen = isLink || mItem.kind == VKItemKind::Unknown;
     bool isFolder = mItem.kind == VKItemKind::Folder;
-    const bool keptAsFile = !isFolder && filter().mIncludeFiles && !mExtensions.filters(mItem.name);
+    const bool keptAsFile = !isFolder && filter().mIncludeFiles && !mExtensions.filters(mName);
     bool keptAsFolder = (isFolder || kindOpen) && filter().mIncludeFolders;
     if (keptAsFolder) {
         setEntryPath(entry, true);
@@ -100,16 +119,7 @@ bool VKQtDirIteratorImpl::take(Entry& entry) {
 
     VKItemDetails details;
     if (fetchDetails() || kindOpen) {
-        VKStatus status = mReader.details(isLink, details);
-        if (status == kVKStatusSuccess && details.kind == VKItemKind::Link) {
-            // The folder did not say that it is one, or it has become one meanwhile.
-            isLink = true;
-            status = mReader.details(true, details);
-        }
-        if (status != kVKStatusSuccess && isLink) {
-            // It leads nowhere, in a circle, or where this process may not look: the link stands for itself.
-            status = mReader.details(false, details);
-        }
+        const VKStatus status = askDisk(details, isLink);
         if (status == ENOENT) {
             return false; // it vanished meanwhile
         }
@@ -125,8 +135,8 @@ bool VKQtDirIteratorImpl::take(Entry& entry) {
     }
     const bool dated = fetchDetails();
     entry.size = dated && details.kind == VKItemKind::File ? details.sizeInBytes : 0;
-    entry.created = utcTime(mUtc, dated && details.createdKnown, details.createdMs);
-    entry.modified = utcTime(mUtc, dated && details.modifiedKnown, details.modifiedMs);
+    setUtcTime(entry.created, mUtc, dated && details.createdKnown, details.createdMs);
+    setUtcTime(entry.modified, mUtc, dated && details.modifiedKnown, details.modifiedMs);
     entry.isLink = isLink;
     return true;
 }

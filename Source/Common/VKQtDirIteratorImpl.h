@@ -15,12 +15,18 @@ public:
 private:
     [[nodiscard]] bool open();
     [[nodiscard]] bool take(Entry& entry);
+    void readName();
+    [[nodiscard]] VKStatus askDisk(VKItemDetails& details, bool& isLink) const;
     void setEntryPath(Entry& entry, bool isFolder) const;
 
     VKQtExtensionSet mExtensions;
-    QString mPrefix; ///< the text of every entry's path before its name
+    qsizetype mPrefixLength = 0; ///< of the text of every entry's path before its name
+    QString mText;               ///< the prefix, then room in which plain names are spelled
+    QString mOddName;            ///< a name that is not plain
+    QStringView mName;           ///< the entry's: in mText or mOddName
+    bool mIsPlain = true;
     const QDateTime mUtc = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
     VKFolderReader mReader;
-    VKFolderEntry mItem;
+    VKFolderEntry mItem; ///< without its text
     bool mOpened = false;
 };

@@ -42,15 +42,14 @@ VKQtExtensionSet::VKQtExtensionSet(const VKQtPathFilter& filter) : mFilter(filte
     std::sort(mPacked.begin(), mPacked.end());
 }
 
-bool VKQtExtensionSet::filters(const QString& name) const {
+bool VKQtExtensionSet::filters(QStringView name) const {
     if (mFilter.mAcceptAllFiles) {
         return false;
     }
-    const QStringView text(name);
-    const qsizetype dot = text.lastIndexOf(u'.');
-    const std::uint64_t number = packed(dot < 0 ? QStringView() : text.sliced(dot + 1), true);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    const std::uint64_t number = packed(dot < 0 ? QStringView() : name.sliced(dot + 1), true);
     if (number == kNotPacked) {
-        return mFilter.isFileNameFiltered(name);
+        return mFilter.isFileNameFiltered(name.toString());
     }
     return !std::binary_search(mPacked.begin(), mPacked.end(), number);
 }

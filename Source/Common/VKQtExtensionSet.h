@@ -15,7 +15,7 @@ public:
     explicit VKQtExtensionSet(const VKQtPathFilter& filter);
 
     /// Exactly isFileNameFiltered(name).
-    [[nodiscard]] bool filters(const QString& name) const;
+    [[nodiscard]] bool filters(QStringView name) const;
 
 private:
     const VKQtPathFilter& mFilter;

@@ -226,6 +226,15 @@ void VKQtPath::setPath(const VKQtPath& other) {
     mFullVolumeCache.reset();
 }
 
+void VKQtPath::becomeEntry(const VKQtPath& folder, QString&& text, bool isFolder) noexcept {
+    mPath = std::move(text);
+    mFolder = isFolder;
+    mVolumeID = folder.mVolumeID;
+    mHasVolumeID = folder.mHasVolumeID;
+    mSecurityToken.reset();
+    mFullVolumeCache.reset();
+}
+
 void VKQtPath::replace(int start, int end, const QString& with) {
     mPath = mPath.mid(0, start) % with % mPath.mid(end);
 }

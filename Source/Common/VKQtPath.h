@@ -321,6 +321,10 @@ private:
 
     void setJoinedPath(const QString& text, bool folder);
 
+    // Becomes an entry of `folder`, as that one's append() would make it, its canonical text known already.
+    void becomeEntry(const VKQtPath& folder, QString&& text, bool isFolder) noexcept;
+    friend class VKQtDirIteratorImpl;
+
     QString mPath;
     bool mFolder = false;
     unsigned int mVolumeID = 0;

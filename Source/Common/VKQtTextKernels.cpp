@@ -179,6 +179,34 @@ void copyWithSlashes(char16_t* to, QStringView text) noexcept {
     rewrite(length - kBlock);
 }
 
+bool widenPlainName(char16_t* to, QByteArrayView name) noexcept {
+    using Bytes = std::uint8_t __attribute__((vector_size(8)));
+    const char* const from = name.data();
+    const qsizetype length = name.size();
+    if (length < kBlock) {
+        bool plain = true;
+        for (qsizetype i = 0; i < length; ++i) {
+            const auto byte = static_cast<unsigned char>(from[i]);
+            plain = plain && byte < 0x80 && byte != '\\';
+            to[i] = byte;
+        }
+        return plain;
+    }
+    Units odd{};
+    const auto widen = [&](qsizetype at) {
+        Bytes bytes;
+        std::memcpy(&bytes, from + at, sizeof bytes);
+        const Units units = __builtin_convertvector(bytes, Units);
+        odd |= (units & splat(0x80)) | equalTo(units, u'\\');
+        std::memcpy(to + at, &units, sizeof units);
+    };
+    for (qsizetype i = 0; i + kBlock < length; i += kBlock) {
+        widen(i);
+    }
+    widen(length - kBlock);
+    return !anyBit(odd);
+}
+
 qsizetype lastIndexOf(QStringView text, char16_t unit) noexcept {
     const char16_t* const units = text.utf16();
     qsizetype end = text.size();

@@ -2,6 +2,7 @@
 // None of them allocates or looks outside the text.
 #pragma once
 
+#include <QByteArrayView>
 #include <QStringView>
 
 #include <cstddef>
@@ -21,6 +22,10 @@ struct PathScan {
 
 /// Copies `text` to `to`, which has room for it, with "/" for every backslash.
 void copyWithSlashes(char16_t* to, QStringView text) noexcept;
+
+/// Widens a name to `to`, which has room for it, if all of it is ASCII without a backslash; otherwise false, and
+/// what is at `to` is of no use.
+[[nodiscard]] bool widenPlainName(char16_t* to, QByteArrayView name) noexcept;
 
 /// The position of the last `unit`, -1 if there is none.
 [[nodiscard]] qsizetype lastIndexOf(QStringView text, char16_t unit) noexcept;

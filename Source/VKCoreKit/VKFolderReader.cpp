@@ -36,6 +36,14 @@ VKStatus VKFolderReader::open(CFURLRef folder) {
 }
 
 bool VKFolderReader::next(VKFolderEntry& entry) {
+    if (!nextRaw(entry)) {
+        return false;
+    }
+    VKPlatform::decodeUtf8(entry.rawName, entry.name);
+    return true;
+}
+
+bool VKFolderReader::nextRaw(VKFolderEntry& entry) {
     if (mState == nullptr) {
         return false;
     }
@@ -43,10 +51,13 @@ bool VKFolderReader::next(VKFolderEntry& entry) {
     if (!mState->hasEntry) {
         return false;
     }
-    VKPlatform::decodeUtf8(mState->entry.name, entry.name);
     entry.rawName = mState->entry.name;
     entry.kind = itemKind(mState->entry.kind);
     return true;
+}
+
+QString VKFolderReader::lastName() const {
+    return mState == nullptr || !mState->hasEntry ? QString() : VKPlatform::decodeUtf8(mState->entry.name);
 }
 
 VKStatus VKFolderReader::status() const noexcept {

@@ -40,10 +40,16 @@ public:
     /// the end, after a failure, and before open(). `entry.kind` is the entry's own: a link is a link.
     [[nodiscard]] bool next(VKFolderEntry& entry);
 
+    /// The same for callers that mostly need the bytes: `entry.name` stays as it is, lastName() gives it.
+    [[nodiscard]] bool nextRaw(VKFolderEntry& entry);
+
+    /// The name that next() or nextRaw() delivered last, as text; empty when there is none.
+    [[nodiscard]] QString lastName() const;
+
     /// Why next() ended early: the errno of a failing read; 0 after the true end.
     [[nodiscard]] VKStatus status() const noexcept;
 
-    /// The details of the entry that next() delivered last, by exactly one system call. 2: it vanished
+    /// The details of the entry that was delivered last, by exactly one system call. 2: it vanished
     /// meanwhile, or, following, it is a link to nothing. 1005 when there is no such entry.
     [[nodiscard]] VKStatus details(bool followLinks, VKItemDetails& details) const;
 

@@ -94,6 +94,7 @@ private Q_SLOTS:
     void hashTellsTextsApart();
     void hashDependsOnTheSeed();
     void scanFindsWhatIsThere();
+    void plainNamesAreWidened();
     void slashesAreRewritten();
     void lastPositions();
 };
@@ -237,6 +238,27 @@ void VKQtTextKernelsTest::scanFindsWhatIsThere() {
                 QCOMPARE(VKQtTextKernels::isPlain(viewOf(text)), unit == u'\x7F');
                 QCOMPARE(VKQtTextKernels::scanPath(viewOf(text)).allBits,
                          static_cast<char16_t>(length == 1 ? unit : unit | u'['));
+            }
+        }
+    }
+}
+
+void VKQtTextKernelsTest::plainNamesAreWidened() {
+    constexpr char16_t kUntouched = u'\uABCD';
+    for (qsizetype length = 0; length <= 70; ++length) {
+        const QByteArray clean(length, '~');
+        Buffer to(static_cast<size_t>(length) + 1, kUntouched);
+        QVERIFY(VKQtTextKernels::widenPlainName(to.data(), clean));
+        QCOMPARE(viewOf(to).chopped(1).toString(), QString::fromLatin1(clean));
+        QCOMPARE(to.back(), kUntouched);
+        for (qsizetype at = 0; at < length; ++at) {
+            for (const char byte : {'\\', '\x80', '\xFF', '\xC3', '\x01', '\x7F', '/'}) {
+                QByteArray name = clean;
+                name[at] = byte;
+                const bool plain = static_cast<unsigned char>(byte) < 0x80 && byte != '\\';
+                QCOMPARE(VKQtTextKernels::widenPlainName(to.data(), name), plain);
+                QVERIFY(!plain || viewOf(to).chopped(1) == QString::fromLatin1(name));
+                QCOMPARE(to.back(), kUntouched);
             }
         }
     }

@@ -43,6 +43,7 @@ private Q_SLOTS:
     void cleanup();
 
     void namesAndKinds();
+    void bytesFirst();
     void emptyFolder();
     void linkToAFolder();
     void oneRecordForAll();
@@ -105,6 +106,22 @@ void VKFolderReaderTest::namesAndKinds() {
     QCOMPARE(seen.keys(), expected.keys());
     QVERIFY(seen == expected);
     QCOMPARE(reader.status(), kVKStatusSuccess);
+}
+
+void VKFolderReaderTest::bytesFirst() {
+    Disk::makeFile(mRoot + "lat\xE9");
+    VKFolderReader reader = opened();
+    QCOMPARE(reader.lastName(), QString());
+    VKFolderEntry entry;
+    entry.name = QStringLiteral("kept");
+    QVERIFY(reader.nextRaw(entry));
+    QCOMPARE(entry.rawName.toByteArray(), QByteArray("lat\xE9"));
+    QCOMPARE(entry.kind, VKItemKind::File);
+    QCOMPARE(entry.name, QStringLiteral("kept"));
+    QCOMPARE(reader.lastName(), QStringLiteral("lat\uFFFD"));
+    QVERIFY(!reader.nextRaw(entry));
+    QCOMPARE(reader.lastName(), QString());
+    QCOMPARE(VKFolderReader().lastName(), QString());
 }
 
 void VKFolderReaderTest::emptyFolder() {
