@@ -145,24 +145,34 @@ VKCORE_EXPORT VKStatus VKFileMgrRestoreRecycledItem(CFURLRef recycled, CFURLRef 
 
 // Folders and facts.
 
-/// Kinds of well-known folders. Other numbers are not known: 1007.
+/// Kinds of well-known folders. A number that is not in the list has no folder, 1007, unless
+/// VKFileMgrSetFolderPath() gives it one.
 enum VKFolderType : std::int32_t {
-    kVKFolderUserAppData = 2,    ///< per-user application data
-    kVKFolderUserCaches = 4,     ///< per-user caches
-    kVKFolderCloudDocuments = 6, ///< the product's documents in the cloud; its parent is the mobile root
-    kVKFolderTemporaryItems = 14,
-    kVKFolderRawWork = 16, ///< where the folder "+raw" is made
+    kVKFolderUserAppData = 2,     ///< per-user application data: $XDG_DATA_HOME/VK
+    kVKFolderUserCaches = 4,      ///< per-user caches: $XDG_CACHE_HOME/VK
+    kVKFolderCloudDocuments = 6,  ///< the product's documents in the cloud; its parent is the mobile root
+    kVKFolderTemporaryItems = 14, ///< $TMPDIR, or /tmp
+    kVKFolderRawWork = 16,        ///< where the folder "+raw" is made: beside the application data
 };
 
 /// A well-known folder as a new URL that the caller releases, with `subfolder` (may be null) appended. The
-/// folder itself is made where it is a place to write; the subfolder is not. `domain` is for the platform and
-/// null by default. 1007 when this machine has no such folder; 1005 for null `url`. `*url` is null after a
-/// failure.
+/// folder itself is made where it is a place to write; the subfolder and the cloud documents are not. `domain`
+/// is for the platform and null by default. 1007 when this machine has no such folder; 1005 for null `url`; 1002
+/// for a subfolder that can name no file; otherwise the errno. `*url` is null after a failure.
 VKCORE_EXPORT VKStatus VKFileMgrGetFolderPathCopy(void* domain, VKFolderType type, CFStringRef subfolder,
                                                   CFURLRef* url);
 
-/// Says where a well-known folder lies from now on in this process; null goes back to the machine's own.
+/// Says where a well-known folder lies from now on in this process; null goes back to the machine's own. Product
+/// folders move with kVKFolderUserAppData. Any thread.
 VKCORE_EXPORT void VKFileMgrSetFolderPath(VKFolderType type, CFURLRef url);
+
+/// Folders that the desktop keeps for the user's own files.
+enum class VKUserFolder : std::uint8_t { Desktop, Documents, Downloads, Music, Pictures, Videos };
+
+/// Where the user has that folder, by the desktop's settings (user-dirs.dirs), as a new URL that the caller
+/// releases. It need not exist and is not made. 1007 when the user has switched it off, 1005 for null `url`.
+/// `*url` is null after a failure.
+VKCORE_EXPORT VKStatus VKFileMgrGetUserFolderCopy(VKUserFolder folder, CFURLRef* url);
 
 /// What this process may still write on the volume that holds the item, in bytes. For an item that does not
 /// exist yet the nearest folder above it answers. `*bytes` changes only on success.
@@ -176,9 +186,10 @@ VKCORE_EXPORT VKStatus VKFileMgrGetFolderWritable(CFURLRef folder, bool* writabl
 /// suffix). Nothing needs to exist. The name is looked up on disk like any other.
 VKCORE_EXPORT VKStatus VKFileMgrCreateSidecarPathForImage(CFURLRef image, CFURLRef* sidecar);
 
-/// The version of a bundle (its Info.plist) or of a shared library (the digits of its real name): `*text`
-/// (may be null) is a new string that the caller releases, `*info` (may be null) its numbers. 1007 where the
-/// item carries none, 1003 where the record is damaged.
+/// The version of a bundle (its Info.plist, in XML) or of a shared library (the digits of its real name: links
+/// are followed): `*text` (may be null) is a new string that the caller releases, `*info` (may be null) its
+/// numbers. 1007 where the item carries none, 1003 where the record is damaged or of another kind, 27 where it is
+/// longer than 1 MiB. After a failure `*text` is null and `*info` as it was.
 VKCORE_EXPORT VKStatus VKFileMgrGetFileVersionInfoCopy(CFURLRef url, CFStringRef* text, VKVersionInfo* info);
 
 /// Where the installed content of the product lies; null forgets it. Process-wide, any thread.
