@@ -128,20 +128,52 @@ VKCORE_EXPORT VKStatus VKFileMgrGetFileContentsWithLimitCopy(CFURLRef url, std::
 /// The most that VKFileMgrGetFileContentsCopy() reads, in bytes: 2 GiB at first. Process-wide, any thread.
 VKCORE_EXPORT void VKFileMgrSetReadLimit(std::uint64_t limitInBytes) noexcept;
 
-// Recycling, in the layout of the freedesktop.org trash specification 1.0.
+// Recycling, in the layout of the freedesktop.org trash specification 1.0, so that the desktop's own tools list
+// and restore these items and these calls theirs. The bin is the one of the home folder for items on the same
+// mount, otherwise one at the root of the volume. Items are renamed only: never copied, never overwritten.
+// Sizes of folders in a bin are not written down (finding them would cost a walk through the folder); a line
+// that another program wrote is removed when its folder is restored.
 
-/// Moves the item into its volume's recycle bin; `*recycled` (may be null) becomes its URL there, which the
-/// caller releases. 1007 where the volume has no bin for it: the caller may then delete, if the user says so.
-/// 2 when there is nothing. Never copies across volumes, never overwrites.
+/// Moves the item into its volume's recycle bin, which is made where it is missing; `*recycled` (may be null)
+/// becomes its URL there, a folder's if `url` is one, which the caller releases; null after a failure.
+///
+/// - 1007: the volume has no bin for it: it is read-only, a system's or a network's, or no bin can be made
+///   there by this user. The caller may then delete, if the user says so.
+/// - 2: nothing is there.
+/// - 16: the root, the home folder, a mount point, a bin, an item in one, or a folder around one of these.
+/// - 13 or 1: the item's folder does not let it go (no write permission, another user's item in a shared
+///   folder, an immutable item), or the item is a folder that this user may not write.
+/// - 28: the volume is too full for the item's record.
 VKCORE_EXPORT VKStatus VKFileMgrRecycleItemCopy(CFURLRef url, CFURLRef* recycled);
 
-/// Whether VKFileMgrRecycleItemCopy() would find a bin for the item. Creates nothing.
+/// Whether VKFileMgrRecycleItemCopy() would find a bin for the item. Makes nothing. Does not tell whether the
+/// item's folder lets it go. False for a missing item and where that call answers 16.
 VKCORE_EXPORT bool VKFileMgrCanRecycleItem(CFURLRef url);
 
-/// Takes an item out of the bin: to `target`, or, null, to the place that it came from (missing folders are
-/// made). 17 when something is there, nothing is touched then; 2 when the item is no longer in the bin; 1003
-/// when its record does not tell a place; 1005 when the URL is not that of an item in a bin.
+/// Takes an item out of the bin: to `target`, or, null, to the place that it came from. Missing folders are
+/// made. 17 when something is there, nothing is touched then; 2 when the item is no longer in the bin; 1003
+/// when its record does not tell a place; 1005 when the URL is not that of an item in a bin; 1 when the bin is
+/// another user's; 18 when the target is on another volume (restore it to the remembered place and move it).
 VKCORE_EXPORT VKStatus VKFileMgrRestoreRecycledItem(CFURLRef recycled, CFURLRef target);
+
+/// An item of a bin. The URLs are lent for the duration of the call that shows it.
+struct VKRecycledItem {
+    CFURLRef url = nullptr;      ///< what VKFileMgrRestoreRecycledItem() takes
+    CFURLRef original = nullptr; ///< where it came from; null when its record does not tell
+    VKItemKind kind = VKItemKind::Unknown;
+    bool deletedKnown = false;
+    std::int64_t deletedMs = 0; ///< since 1970-01-01 UTC, from a local time to the second; 0 when not known
+};
+
+/// Shown one item; false ends the listing. Must not throw.
+using VKRecycledItemHandler = bool (*)(const VKRecycledItem& item, void* context);
+
+/// Shows the items in this user's bins, in no order: in those that items of `folder` go to, or, null, in the
+/// home bin and those of all mounted volumes but a network's. A bin that cannot be read is passed over when all
+/// are asked for. Records longer than 64 KiB tell nothing. 1005 for a null handler, 1002 for a URL that names
+/// no file, otherwise 0 or the errno.
+VKCORE_EXPORT VKStatus VKFileMgrListRecycledItems(CFURLRef folder, VKRecycledItemHandler handler,
+                                                  void* context);
 
 // Folders and facts.
 
