@@ -1,0 +1,190 @@
+// renameat2 with RENAME_NOREPLACE; what it cannot do is done in the next best way.
+#include "Platform/FileMove.h"
+#include "Platform/FolderListing.h"
+#include "Platform/Linux/Rename.h"
+
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace VKPlatform {
+
+namespace {
+
+constexpr int kNameTries = 100;
+
+bool exists(const Place& place) {
+    struct stat record;
+    return ::fstatat(place.folder.get(), place.name.constData(), &record,
+                     AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) == 0 ||
+           errno != ENOENT;
+}
+
+int plainRename(const Place& from, const Place& to) {
+    return ::renameat(from.folder.get(), from.name.constData(), to.folder.get(), to.name.constData()) == 0
+               ? 0
+               : errno;
+}
+
+/// By a second name, which never replaces anything. EMLINK when this item or file system has none.
+int linkAndUnlink(const Place& from, const Place& to) {
+    if (::linkat(from.folder.get(), from.name.constData(), to.folder.get(), to.name.constData(), 0) != 0) {
+        const bool unknown = errno == EPERM || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL;
+        return unknown ? EMLINK : errno;
+    }
+    if (::unlinkat(from.folder.get(), from.name.constData(), 0) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    ::unlinkat(to.folder.get(), to.name.constData(), 0);
+    return error;
+}
+
+/// For a file system without RENAME_NOREPLACE.
+int renameByOtherMeans(const Place& from, const Place& to) {
+    struct stat source;
+    if (::fstatat(from.folder.get(), from.name.constData(), &source, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno;
+    }
+    if (exists(to)) {
+        return EEXIST;
+    }
+    int error = EMLINK;
+    if (S_ISDIR(source.st_mode)) {
+        int unknown = 0;
+        if (isInside(to.folder, from.folder, from.name, unknown)) {
+            return EINVAL;
+        }
+    } else {
+        error = linkAndUnlink(from, to);
+    }
+    return error == EMLINK ? plainRename(from, to) : error;
+}
+
+bool isInOneFolder(const Place& a, const Place& b) {
+    Identity first;
+    Identity second;
+    return identityOf(a.folder, QByteArray(), first) == 0 &&
+           identityOf(b.folder, QByteArray(), second) == 0 && first.isSameItem(second);
+}
+
+int namesOf(const FileDescriptor& folder, std::vector<QByteArray>& names) {
+    FolderListing listing;
+    if (const int error = listing.openAt(folder); error != 0) {
+        return error;
+    }
+    for (FolderListing::Entry entry; listing.next(entry);) {
+        names.push_back(entry.name.toByteArray());
+    }
+    return listing.error();
+}
+
+/// Whether the folder lists exactly this name. Where it cannot be listed it is taken for granted.
+bool isListed(const Place& place) {
+    FolderListing listing;
+    if (listing.openAt(place.folder) != 0) {
+        return true;
+    }
+    for (FolderListing::Entry entry; listing.next(entry);) {
+        if (entry.name == place.name) {
+            return true;
+        }
+    }
+    return listing.error() != 0;
+}
+
+/// Changes the spelling by way of a name of its own: `from` goes there and comes back as `to`, or as it was.
+int respellInTwoSteps(const Place& from, const Place& to) {
+    Place between;
+    between.folder = FileDescriptor(::openat(to.folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!between.folder.isOpen()) {
+        return errno;
+    }
+    int error = EEXIST;
+    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
+        between.name = ".vk-" + QByteArray::number(QRandomGenerator::system()->generate(), 36);
+        error = exists(between) ? EEXIST : plainRename(from, between);
+    }
+    if (error != 0) {
+        return error;
+    }
+    error = plainRename(between, to);
+    if (error != 0) {
+        const int back = plainRename(between, from);
+        return back == 0 ? error : back;
+    }
+    return isListed(to) ? 0 : EOPNOTSUPP;
+}
+
+/// EEXIST: the target may be the source's own name in another case. Otherwise it stays EEXIST.
+int respell(const Place& from, const Place& to) {
+    if (from.name == to.name || !isInOneFolder(from, to)) {
+        return EEXIST;
+    }
+    std::vector<QByteArray> names;
+    QByteArray entry;
+    if (namesOf(to.folder, names) != 0 || !isOtherSpelling(from.name, to.name, names, &entry) ||
+        !exists(from)) {
+        return EEXIST;
+    }
+    if (const int error = plainRename(from, to); error != 0) {
+        return error;
+    }
+    return isListed(to) ? 0 : respellInTwoSteps(from, to);
+}
+
+} // namespace
+
+bool isInside(const FileDescriptor& folder, const FileDescriptor& top, const QByteArray& name, int& error) {
+    Identity wanted;
+    error = identityOf(top, name, wanted);
+    FileDescriptor here(error == 0 ? ::openat(folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC) : -1);
+    for (Identity last; error == 0;) {
+        Identity present;
+        error = here.isOpen() ? identityOf(here, QByteArray(), present) : errno;
+        if (error != 0 || present == last) { // the root is above itself
+            break;
+        }
+        if (present.isSameItem(wanted)) {
+            return true;
+        }
+        last = present;
+        here = FileDescriptor(::openat(here.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    return false;
+}
+
+int renameWithoutOverwriting(const Place& from, const Place& to) {
+    if (::renameat2(from.folder.get(), from.name.constData(), to.folder.get(), to.name.constData(),
+                    RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    int error = errno;
+    // EINVAL is a folder into itself, too: the next way finds that out.
+    if (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP) {
+        error = renameByOtherMeans(from, to);
+    }
+    return error == EEXIST ? respell(from, to) : error;
+}
+
+int renameItem(const QByteArray& from, const QByteArray& to) {
+    Place source;
+    Place target;
+    if (const int error = openPlace(from, source); error != 0) {
+        return error;
+    }
+    if (!exists(source)) {
+        return ENOENT;
+    }
+    if (const int error = openPlace(to, target); error != 0) {
+        return error == EBUSY || error == EINVAL ? EEXIST : error; // the root, ".", "..": folders that exist
+    }
+    return renameWithoutOverwriting(source, target);
+}
+
+} // namespace VKPlatform
