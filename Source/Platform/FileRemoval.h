@@ -18,7 +18,7 @@ namespace VKPlatform {
 ///   where it is: what was deleted before stays deleted.
 /// - EXDEV: a folder was moved out of the tree while it was deleted, and the work ended there.
 /// What vanishes meanwhile is no failure; what is added meanwhile is deleted too or, where that goes on,
-/// ENOTEMPTY. A part of the tree that the file system itself keeps apart without a mount (a subvolume) belongs
+/// ENOTEMPTY; EBUSY where somebody goes on putting other things into a folder's place. A part of the tree that the file system itself keeps apart without a mount (a subvolume) belongs
 /// to it. Neither depth nor the length of names together has a limit.
 [[nodiscard]] int removeTree(const QByteArray& path);
 

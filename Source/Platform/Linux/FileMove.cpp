@@ -18,11 +18,13 @@ namespace {
 
 constexpr int kNameTries = 100;
 
-bool exists(const Place& place) {
+/// 0 when the item is there, ENOENT when it is not; errno when that cannot be told.
+int lookFor(const Place& place) {
     struct stat record;
     return ::fstatat(place.folder.get(), place.name.constData(), &record,
-                     AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) == 0 ||
-           errno != ENOENT;
+                     AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) == 0
+               ? 0
+               : errno;
 }
 
 int plainRename(const Place& from, const Place& to) {
@@ -51,18 +53,17 @@ int renameByOtherMeans(const Place& from, const Place& to) {
     if (::fstatat(from.folder.get(), from.name.constData(), &source, AT_SYMLINK_NOFOLLOW) != 0) {
         return errno;
     }
-    if (exists(to)) {
-        return EEXIST;
+    if (const int found = lookFor(to); found != ENOENT) {
+        return found == 0 ? EEXIST : found;
     }
-    int error = EMLINK;
     if (S_ISDIR(source.st_mode)) {
-        int unknown = 0;
-        if (isInside(to.folder, from.folder, from.name, unknown)) {
-            return EINVAL;
+        int error = 0;
+        if (isInside(to.folder, from.folder, from.name, error) || error != 0) {
+            return error != 0 ? error : EINVAL;
         }
-    } else {
-        error = linkAndUnlink(from, to);
+        return plainRename(from, to);
     }
+    const int error = linkAndUnlink(from, to);
     return error == EMLINK ? plainRename(from, to) : error;
 }
 
@@ -108,7 +109,8 @@ int respellInTwoSteps(const Place& from, const Place& to) {
     int error = EEXIST;
     for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
         between.name = ".vk-" + QByteArray::number(QRandomGenerator::system()->generate(), 36);
-        error = exists(between) ? EEXIST : plainRename(from, between);
+        error = lookFor(between);
+        error = error == 0 ? EEXIST : error == ENOENT ? plainRename(from, between) : error;
     }
     if (error != 0) {
         return error;
@@ -129,7 +131,7 @@ int respell(const Place& from, const Place& to) {
     std::vector<QByteArray> names;
     QByteArray entry;
     if (namesOf(to.folder, names) != 0 || !isOtherSpelling(from.name, to.name, names, &entry) ||
-        !exists(from)) {
+        lookFor(from) != 0) {
         return EEXIST;
     }
     if (const int error = plainRename(from, to); error != 0) {
@@ -178,8 +180,8 @@ int renameItem(const QByteArray& from, const QByteArray& to) {
     if (const int error = openPlace(from, source); error != 0) {
         return error;
     }
-    if (!exists(source)) {
-        return ENOENT;
+    if (const int error = lookFor(source); error != 0) {
+        return error;
     }
     if (const int error = openPlace(to, target); error != 0) {
         return error == EBUSY || error == EINVAL ? EEXIST : error; // the root, ".", "..": folders that exist

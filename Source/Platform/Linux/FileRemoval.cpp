@@ -71,6 +71,9 @@ std::vector<Identity> protectedFolders() {
     return folders;
 }
 
+/// Gone, or replaced by something else, since it was listed.
+bool isNoFolder(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
+
 /// The first pass: whether anything in the tree forbids that it is deleted.
 class Check {
 public:
@@ -98,12 +101,9 @@ public:
     }
 
 private:
-    /// Gone, or replaced by something else, since it was listed: the second pass meets what is there then.
-    static bool isNoFolder(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
-
     int enter(const QByteArray& name) {
         if (const int error = mDescent.enter(name); error != 0) {
-            return isNoFolder(error) ? 0 : error;
+            return isNoFolder(error) ? 0 : error; // the second pass meets what is there then
         }
         mPending.emplace_back();
         for (const Identity& folder : mProtected) {
@@ -159,18 +159,18 @@ private:
     int descend() {
         QByteArray name = std::move(mLevels.back().folders.back());
         mLevels.back().folders.pop_back();
-        const int error = mDescent.enter(name);
-        if (error == ENOENT) {
-            return 0;
+        int error = EISDIR;
+        for (int tries = 0; error == EISDIR && tries < kEmptyings; ++tries) {
+            error = mDescent.enter(name);
+            if (error == 0) {
+                mLevels.push_back({{}, 0, std::move(name)});
+                return emptyLevel();
+            }
+            if (isNoFolder(error)) { // swapped for something else: that goes, and it alone
+                error = unlinkEntry(mDescent.here(), name, 0);
+            }
         }
-        if (error == ENOTDIR || error == ELOOP) { // swapped for something else: that goes, and it alone
-            return unlinkEntry(mDescent.here(), name, 0);
-        }
-        if (error != 0) {
-            return error;
-        }
-        mLevels.push_back({{}, 0, std::move(name)});
-        return emptyLevel();
+        return error == EISDIR ? EBUSY : error;
     }
 
     /// Deletes what is no folder in the present one, and notes the folders.
@@ -207,7 +207,8 @@ private:
         }
         const int error = unlinkEntry(mDescent.here(), name, AT_REMOVEDIR);
         if (error == ENOTDIR) {
-            return unlinkEntry(mDescent.here(), name, 0);
+            const int unlinked = unlinkEntry(mDescent.here(), name, 0);
+            return unlinked == EISDIR ? EBUSY : unlinked;
         }
         if ((error != ENOTEMPTY && error != EEXIST) || emptyings >= kEmptyings) {
             return error;

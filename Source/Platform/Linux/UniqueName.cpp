@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits.h>
+#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -100,18 +100,19 @@ int uniqueName(const QByteArray& folder, const QString& name, NameShape shape, c
     const NameParts parts = nameParts(name, shape, copyWord);
     // The name itself, which carries its own number; then those after it.
     int number = firstNumber == 0 ? parts.number : std::max(firstNumber, parts.number + 1);
-    for (int tried = 0; tried < tries; ++tried, ++number) {
+    for (int tried = 0; tried < tries; ++tried) {
         const std::optional<QByteArray> candidate = numberedName(parts, number, copyWord, limit);
         if (!candidate) {
             return ENAMETOOLONG;
         }
         const int answer = place.look(*candidate);
-        if (answer != EEXIST) {
-            if (answer == 0) {
-                out = *candidate;
-            }
+        if (answer == 0) {
+            out = *candidate;
+        }
+        if (answer != EEXIST || number == std::numeric_limits<int>::max()) {
             return answer;
         }
+        ++number;
     }
     return EEXIST;
 }
