@@ -7,6 +7,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <VKCoreKit/CBaseCore.h>
 #include <VKCoreKit/VKCFRef.h>
+#include <VKCoreKit/VKStatus.h>
 
 #include <QFileInfo>
 #include <QJsonObject>
@@ -22,7 +23,9 @@
 #include <utility>
 
 class QDataStream;
+class QDateTime;
 class QDebug;
+struct stat;
 
 /// A path as text in canonical form: "/" between components, no "/" at the end, Unicode normalisation form C.
 ///
@@ -287,6 +290,63 @@ public:
 
     /// Whether the text starts with ":/", as the paths of compiled-in resources do.
     [[nodiscard]] bool isQRCPath() const noexcept;
+
+    // On disk. Each goes through the name as it is spelled there. A text that names no file is told.
+
+    /// Whether there is an item. A link is one, also to nothing. False for a text that names no file.
+    [[nodiscard]] bool exists() const;
+
+    /// Deletes the item, a folder with everything in it, whatever the folder flag says; not into a recycle bin.
+    /// VKFileMgrDeleteFolder()'s status; 0, and nothing done, for a text that names no file.
+    VKStatus remove() const;
+
+    /// Gives the item that place and name. VKFileMgrMoveFile()'s status, 17 when something is there; 0, and
+    /// nothing done, when one of the texts names no file.
+    VKStatus move(const VKQtPath& to) const;
+
+    /// Sets the times of access and modification to now; of what a link names. Whether it could is not told.
+    void touch() const;
+
+    /// The system's record of the item; a link is followed. 1070 when there is none: `out` is then undefined.
+    [[nodiscard]] VKStatus stat(struct ::stat& out) const;
+
+    /// When the item was made, in UTC, and when it was changed, in local time: that difference is deliberate. Of
+    /// a link, its own. 1002 for a text that names no file, 1001 when the item has no attributes, as a missing
+    /// one. `out` changes only on success, and not when the file system keeps no such date.
+    [[nodiscard]] VKStatus created(QDateTime& out) const;
+    [[nodiscard]] VKStatus lastModifiedDate(QDateTime& out) const;
+
+    /// Whether this process can create items in the folder. VKFileMgrGetFolderWritable()'s status; 1025 comes with
+    /// the framework's answer in `writable`. A text that names no file: 1002, logged.
+    [[nodiscard]] static VKStatus isDirWriteable(VKQtPath& dir, bool& writable);
+    /// The same for a folder itself, and for a file about the folder that contains it.
+    [[nodiscard]] VKStatus isWriteable(bool& writable) const;
+
+    // Volumes. By the text alone, with the rules of VKQtPathUtils::getVolumeGivenPath().
+
+    /// The volume's root of this path.
+    [[nodiscard]] QString volume() const;
+
+    /// The same in canonical form; under macOS rules below "/Volumes/" if it does not begin with "/". The argument
+    /// is not looked at: deliberate, the path's own text counts.
+    [[nodiscard]] QString extractFullVolume(const QString& unused) const;
+
+    /// The volume as a folder with this path's volume identifier, marked present.
+    [[nodiscard]] VKQtPath fullVolume() const;
+
+    /// The same, remembered until the next setPath().
+    [[nodiscard]] VKQtPath fullVolumeCached();
+
+    /// Whether this is the root of its volume, by exactly equal texts. Under macOS rules "/System/Volumes/Data" is
+    /// one. An empty path is none.
+    [[nodiscard]] bool isVolume() const;
+
+    /// Does nothing and answers 0: identifiers come from VKQtPathUtils::getUniqueVolumeID().
+    VKStatus determineVolumeID();
+
+    /// VKQtPathUtils' answers for this text.
+    [[nodiscard]] bool isDesktopPath() const;
+    [[nodiscard]] bool isPicturesPath() const;
 
     /// {"path": text, "folder": bool, "volumeID": number}. The volume identifier is written whether or not it
     /// is present.

@@ -1,0 +1,12 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="es_ES" sourcelanguage="en_US">
+<context>
+    <name>VKQtPathUtils</name>
+    <message>
+        <source>copy</source>
+        <extracomment>In the name of a copied file: "holiday copy.jpg", "holiday copy 2.jpg".</extracomment>
+        <translation>copia</translation>
+    </message>
+</context>
+</TS>
