@@ -28,7 +28,8 @@ enum : CFTypeID {
     kNumberTypeID,
     kURLTypeID,
     kUUIDTypeID,
-    kDateTypeID
+    kDateTypeID,
+    kErrorTypeID
 };
 
 /// The count of a value that lives for ever; far from anything that counting can reach.

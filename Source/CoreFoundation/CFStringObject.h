@@ -18,6 +18,23 @@ struct CFStringObject final : CoreFoundation::Object {
 
 namespace CoreFoundation {
 
+/// A string for a global constant: made at load without taking memory, and never destroyed.
+class ConstantString {
+public:
+    /// From QStringLiteral(...).
+    explicit ConstantString(QString&& literal) : mValue(std::move(literal), false, kForever) {}
+    ConstantString(const ConstantString&) = delete;
+    ConstantString& operator=(const ConstantString&) = delete;
+    ~ConstantString() {} // NOLINT(modernize-use-equals-default): a union's would be deleted
+
+    [[nodiscard]] constexpr CFStringRef get() const { return &mValue; }
+
+private:
+    union {
+        CFStringObject mValue;
+    };
+};
+
 /// A new immutable string; the shared empty one for an empty text.
 [[nodiscard]] CFStringRef newString(QString text);
 

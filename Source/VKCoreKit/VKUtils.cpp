@@ -67,6 +67,10 @@ CFStringRef VKUtilsCreateUniqueIDString() {
     return CFStringCreateWithQString(QUuid::createUuid().toString(QUuid::WithoutBraces));
 }
 
+CFDataRef VKUtilsCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef list) {
+    return CFPropertyListCreateData(allocator, list, kCFPropertyListXMLFormat_v1_0, 0, nullptr);
+}
+
 void VKUtilsCFDictionarySetValueInt(CFMutableDictionaryRef dictionary, CFStringRef key, int value) {
     if (dictionary == nullptr || key == nullptr) {
         return;

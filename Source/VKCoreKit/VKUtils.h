@@ -27,6 +27,10 @@ VKCORE_EXPORT std::uint32_t VKUtilsCRC32Std(std::uint32_t seed, const void* byte
 /// releases it.
 VKCORE_EXPORT CFStringRef VKUtilsCreateUniqueIDString();
 
+/// The property list as XML bytes (see CFPropertyListCreateData()), which the caller releases; null when it is
+/// no property list. The allocator is not looked at: 0.
+VKCORE_EXPORT CFDataRef VKUtilsCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef list);
+
 /// Stores an int as a number. A null dictionary or key changes nothing.
 VKCORE_EXPORT void VKUtilsCFDictionarySetValueInt(CFMutableDictionaryRef dictionary, CFStringRef key,
                                                   int value);

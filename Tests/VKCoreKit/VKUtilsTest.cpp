@@ -59,6 +59,7 @@ private Q_SLOTS:
     void identifiers();
     void integersInDictionaries();
     void whatIsNoInteger();
+    void listsAsXml();
     void nulls();
 };
 
@@ -219,6 +220,17 @@ void VKUtilsTest::whatIsNoInteger() {
     const double whole = -2.0;
     setNumber(kCFNumberDoubleType, &whole);
     QCOMPARE(VKUtilsCFDictionaryGetValueInt(dictionary.get(), key.get()), -2);
+}
+
+void VKUtilsTest::listsAsXml() {
+    const auto dictionary = makeDictionary();
+    VKUtilsCFDictionarySetValueInt(dictionary.get(), CFSTR("file"), 1);
+    const auto xml = VKCFRef<CFDataRef>::adopt(VKUtilsCreateXMLData(nullptr, dictionary.get()));
+    QVERIFY(xml);
+    QVERIFY(CFDataCopyQByteArray(xml.get()).endsWith(
+        "<plist version=\"1.0\">\n<dict>\n\t<key>file</key>\n\t<integer>1</integer>\n"
+        "</dict>\n</plist>\n"));
+    QVERIFY(VKUtilsCreateXMLData(nullptr, nullptr) == nullptr);
 }
 
 void VKUtilsTest::nulls() {
