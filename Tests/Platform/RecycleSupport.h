@@ -73,16 +73,19 @@ public:
 
 private:
     [[nodiscard]] QByteArray makingCommand(const QByteArray& type, const QByteArray& options) const {
+        const QByteArray size = type == "xfs"     ? "320M"
+                                : type == "btrfs" ? "128M"
+                                                  : "16M"; // the least they take
         const QByteArray mounting =
             "mount -o loop" + (options.isEmpty() ? QByteArray() : QByteArray("," + options));
-        const QByteArray make = type == "ext4"    ? "mkfs.ext4 -q -O project,quota "
+        const QByteArray make = type == "ext4"    ? "mkfs.ext4 -q "
                                 : type == "exfat" ? "mkfs.exfat "
                                                   : QByteArray("mkfs." + type + " -q ");
         const QByteArray device = "device=$(losetup -f --show " + mImage + ") && mount.exfat-fuse $device " +
                                   mFolder + " && losetup -d $device";
         const QByteArray mount =
             type == "exfat" ? device : QByteArray(mounting + ' ' + mImage + ' ' + mFolder);
-        return "truncate -s 320M " + mImage + " && " + make + mImage + " && " + mount;
+        return "truncate -s " + size + ' ' + mImage + " && " + make + mImage + " && " + mount;
     }
 
     QByteArray mFolder;
