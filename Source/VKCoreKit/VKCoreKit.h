@@ -13,3 +13,4 @@
 #include <VKCoreKit/VKString.h>
 #include <VKCoreKit/VKTypes.h>
 #include <VKCoreKit/VKUtils.h>
+#include <VKCoreKit/VKVolumes.h>
