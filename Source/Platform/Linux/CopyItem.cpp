@@ -1,0 +1,94 @@
+// Opening without side effects, copying, checking that the source stood still where that matters.
+#include "Platform/Linux/CopyItem.h"
+
+#include "Platform/Linux/ReadAt.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace VKPlatform {
+
+namespace {
+
+bool isSame(const struct stat& before, const struct stat& now) {
+    return before.st_size == now.st_size && before.st_mtim.tv_sec == now.st_mtim.tv_sec &&
+           before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
+}
+
+} // namespace
+
+int openSource(int folder, const char* name, CopySource& out) {
+    // O_NONBLOCK: a fifo that took the file's place meanwhile is not waited for.
+    FileDescriptor file(retried(
+        [&] { return ::openat(folder, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY); }));
+    if (!file.isOpen()) {
+        return errno == ENXIO ? EOPNOTSUPP : errno; // ENXIO: a socket
+    }
+    if (::fstat(file.get(), &out.record) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(out.record.st_mode)) {
+        return S_ISDIR(out.record.st_mode) ? EISDIR : EOPNOTSUPP;
+    }
+    out.file = std::move(file);
+    return 0;
+}
+
+int copyInto(ContentCopier& copier, const CopySource& source, const CopyTarget& target, CopyRules rules,
+             CopyWatcher* watcher) {
+    const int to = target.file.get();
+    if (const int error = copier.copy(source.file, source.record, target.file, target.device, watcher);
+        error != 0) {
+        return error;
+    }
+    std::vector<Attribute> attributes;
+    if (const int error = readAttributes(source.file.get(), attributes); error != 0) {
+        return error;
+    }
+    if (const int error = copyMetadata(to, source.record, attributes, target.inherited, rules.owner);
+        error != 0) {
+        return error;
+    }
+    if (rules.flush == CopyFlush::Leave) {
+        return 0;
+    }
+    struct stat now;
+    if (::fstat(source.file.get(), &now) != 0) {
+        return errno;
+    }
+    return isSame(source.record, now) ? flushToDisk(to) : EBUSY;
+}
+
+int copyLink(int fromFolder, const char* name, int toFolder, const char* newName, CopyOwner owner) {
+    struct stat record;
+    if (::fstatat(fromFolder, name, &record, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno;
+    }
+    std::array<char, PATH_MAX> target; // the kernel makes no longer ones
+    const ssize_t size = ::readlinkat(fromFolder, name, target.data(), target.size() - 1);
+    if (size < 0) {
+        return errno;
+    }
+    target[static_cast<std::size_t>(size)] = '\0';
+    if (::symlinkat(target.data(), toFolder, newName) != 0) {
+        return errno;
+    }
+    const int error = copyLinkMetadata(toFolder, newName, record, owner);
+    if (error != 0) {
+        ::unlinkat(toFolder, newName, 0);
+    }
+    return error;
+}
+
+int flushToDisk(int file) {
+    if (retried([&] { return ::fsync(file); }) == 0) {
+        return 0;
+    }
+    return errno == EINVAL || errno == ENOSYS || errno == EROFS || errno == ENOTSUP ? 0 : errno;
+}
+
+} // namespace VKPlatform
