@@ -197,6 +197,7 @@ VKStatus VKVolumeGetIdentity(CFURLRef url, VKVolumeIdentity* identity) {
     if (const VKStatus status = mountOf(path, mount); status != kVKStatusSuccess) {
         return status;
     }
+    identity->root = folderUrl(mount.place);
     identity->uuid = decodeUtf8(uuidOf(mount));
     identity->networkSource = networkSource(mount, path);
     identity->hasMedium = deviceOf(mount).has_value();

@@ -55,6 +55,7 @@ VKCORE_EXPORT CFURLRef VKVolumesCreateURL(CFStringRef place);
 
 /// By what a volume can be known again, best first.
 struct VKVolumeIdentity {
+    VKCFRef<CFURLRef> root;   ///< the folder where the volume is mounted
     QString uuid;             ///< as VKFileMgrGetVolumeUUIDCopy() tells it
     QByteArray networkSource; ///< the server and share of a network volume; empty for others
     bool hasMedium = false;   ///< it lies on a device of this machine, which a marker could be written on

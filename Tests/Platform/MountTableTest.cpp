@@ -339,5 +339,5 @@ void MountTableTest::holdingThroughLinks() {
     QVERIFY(!mountHolding(mounts, folder + "/dangling").has_value());
 }
 
-VKTEST_MAIN(MountTableTest)
+VKTEST_MAIN_WITH_OWN_MOUNTS(MountTableTest)
 #include "MountTableTest.moc"

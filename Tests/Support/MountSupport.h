@@ -9,12 +9,21 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
 namespace Mounts {
+
+/// From here on the program's mounts are its own, and those of other programs stay theirs. Without the right to,
+/// nothing happens: such a program mounts nothing either.
+inline void enterOwnNamespace() {
+    if (::unshare(CLONE_NEWNS) == 0) {
+        Disk::must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
+    }
+}
 
 /// What `mount OPTIONS PLACE` mounted.
 class Mounted {
@@ -139,3 +148,10 @@ private:
 };
 
 } // namespace Mounts
+
+/// VKTEST_MAIN in a mount namespace of the program's own.
+#define VKTEST_MAIN_WITH_OWN_MOUNTS(Class)                                                                   \
+    int main(int argc, char** argv) {                                                                        \
+        Mounts::enterOwnNamespace();                                                                         \
+        return vkTestRun(argc, argv, [] { return std::unique_ptr<QObject>(std::make_unique<Class>()); });    \
+    }

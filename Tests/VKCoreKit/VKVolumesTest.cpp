@@ -82,7 +82,7 @@ QByteArray placeNamed(const QString& place) {
 VKVolumeIdentity identityOf(const QByteArray& path) {
     VKVolumeIdentity identity;
     const VKStatus status = VKVolumeGetIdentity(urlOf(path).get(), &identity);
-    return status == 0 ? identity : VKVolumeIdentity{u"status %1"_s.arg(status), {}, false};
+    return status == 0 ? identity : VKVolumeIdentity{{}, u"status %1"_s.arg(status), {}, false};
 }
 
 QByteArray newFolder() { return VKTest::makeFolder(u"volumes"_s).toUtf8(); }
@@ -208,7 +208,10 @@ void VKVolumesTest::realDisks() {
         QCOMPARE(displayNameOf(QString::fromUtf8(mounted.place())), volume.name);
         Disk::makeFolder(mounted.place() + "/DCIM");
         QCOMPARE(uuidOf(mounted.place() + "/DCIM"), uuid);
-        QVERIFY(identityOf(mounted.place() + "/DCIM").hasMedium);
+        const VKVolumeIdentity identity = identityOf(mounted.place() + "/DCIM");
+        QVERIFY(identity.hasMedium);
+        QCOMPARE(identity.uuid, uuid);
+        QCOMPARE(CFURLCopyFileSystemBytes(identity.root.get()), mounted.place());
     }
     QVERIFY(!volumeAt(folder + "/here").url);
     // The same disk at another place, read-only.
@@ -385,5 +388,5 @@ void VKVolumesTest::watching() {
     QVERIFY(fires(30000));
 }
 
-VKTEST_MAIN(VKVolumesTest)
+VKTEST_MAIN_WITH_OWN_MOUNTS(VKVolumesTest)
 #include "VKVolumesTest.moc"
