@@ -22,7 +22,8 @@ namespace VKPlatform {
 /// EOPNOTSUPP: the volume has no bin (read-only, none can be made, a system's or network file system);
 /// EBUSY: the root, the home folder, a mount point, a bin, what is in one, or a folder that holds one of
 /// these;
-/// ENOENT: nothing is there; EACCES, EPERM: its folder does not let it go.
+/// ENOENT: nothing is there; EACCES, EPERM: its folder does not let it go;
+/// EAGAIN: the bin vanished again and again while the item was on its way.
 ///
 /// The bin that was found last for a mount is remembered and looked at again by one system call; six a file.
 [[nodiscard]] int recycleItem(const QByteArray& path, QByteArray& recycled);

@@ -144,6 +144,7 @@ VKCORE_EXPORT void VKFileMgrSetReadLimit(std::uint64_t limitInBytes) noexcept;
 /// - 13 or 1: the item's folder does not let it go (no write permission, another user's item in a shared
 ///   folder, an immutable item), or the item is a folder that this user may not write.
 /// - 28: the volume is too full for the item's record.
+/// - 11: another program emptied the bin again and again meanwhile.
 VKCORE_EXPORT VKStatus VKFileMgrRecycleItemCopy(CFURLRef url, CFURLRef* recycled);
 
 /// Whether VKFileMgrRecycleItemCopy() would find a bin for the item. Makes nothing. Does not tell whether the

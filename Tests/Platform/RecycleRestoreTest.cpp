@@ -12,6 +12,7 @@ class RecycleRestoreTest : public VKTest {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -50,17 +51,35 @@ private:
     /// An item as another program would leave it in the home bin.
     [[nodiscard]] QByteArray foreignItem(const QByteArray& name, const QByteArray& record);
 
+    std::unique_ptr<Volume> mVolume; // declared first: gone last
     std::unique_ptr<Home> mHome;
+    QByteArray mBase;
     QByteArray mRoot;
 };
 
-void RecycleRestoreTest::init() {
-    VKTest::init();
-    mHome = std::make_unique<Home>();
-    mRoot = makeFolder(QStringLiteral("photos")).toUtf8();
+void RecycleRestoreTest::initTestCase() {
+    mBase = makeFolder(QStringLiteral("base")).toUtf8();
+    if (mountPrivately()) { // so that no bin is made or met at the root of the machine's own volume
+        mVolume = std::make_unique<Volume>("tmpfs");
+        QVERIFY(mVolume->isMounted());
+        mBase = mVolume->folder();
+    }
 }
 
-void RecycleRestoreTest::cleanup() { mHome.reset(); }
+void RecycleRestoreTest::init() {
+    VKTest::init();
+    mRoot = mBase + "/photos";
+    Disk::makeFolder(mRoot);
+    Disk::makeFolder(mBase + "/home");
+    mHome = std::make_unique<Home>(mBase + "/home");
+}
+
+void RecycleRestoreTest::cleanup() {
+    mHome.reset();
+    for (const QByteArray& name : Disk::namesIn(mBase)) {
+        Disk::removeTree(mBase + '/' + name);
+    }
+}
 
 QByteArray RecycleRestoreTest::recycledFile(const QByteArray& name, const QByteArray& content) {
     Disk::makeFile(path(name), content);

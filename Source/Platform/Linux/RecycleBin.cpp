@@ -27,7 +27,7 @@ namespace {
 constexpr qsizetype kNameLimit = 255;
 /// For file systems that take less than most (encrypting ones).
 constexpr qsizetype kShortNameLimit = 140;
-constexpr int kFreshTries = 3;
+constexpr int kFreshTries = 10;
 
 /// What is known of the folder that an item is in.
 struct ItemFolder {
@@ -169,30 +169,41 @@ QByteArray recordedPath(const Bin& bin, const QByteArray& path) {
     return path.sliced(bin.base.endsWith('/') ? bin.base.size() : bin.base.size() + 1);
 }
 
+/// Takes the `number`th name for an item by writing its record; a shorter one where the file system asks for it.
+int takeName(const Bin& bin, QByteArrayView original, unsigned number, const QByteArray& text,
+             qsizetype& limit, QByteArray& name) {
+    name = trashName(original, number, limit);
+    int error = writeRecord(bin.recordOf(name), text);
+    if (error == ENAMETOOLONG && limit != kShortNameLimit) {
+        limit = kShortNameLimit;
+        name = trashName(original, number, limit);
+        error = writeRecord(bin.recordOf(name), text);
+    }
+    return error;
+}
+
 /// `path` is real.
 Failure putInto(const Bin& bin, const QByteArray& path, QByteArray& recycled) {
     const QByteArray text = trashRecordText(recordedPath(bin, path), now());
     qsizetype limit = kNameLimit;
+    QByteArray name;
     for (unsigned tries = 0; tries < kTrashNameTries; ++tries) {
         const unsigned number =
             trashNameNumber(tries, tries == 0 ? 0 : QRandomGenerator::global()->generate());
-        const QByteArray name = trashName(lastNameOf(path), number, limit);
-        const QByteArray record = bin.recordOf(name);
-        if (const int error = writeRecord(record, text); error != 0) {
-            if (error == ENAMETOOLONG && limit != kShortNameLimit) {
-                limit = kShortNameLimit;
-            } else if (error != EEXIST) {
-                return {error, meansUnusable(error)};
-            }
+        int error = takeName(bin, lastNameOf(path), number, text, limit, name);
+        if (error != 0 && error != EEXIST) {
+            return {error, meansUnusable(error)};
+        }
+        if (error == EEXIST) {
             continue;
         }
         QByteArray place = joined(bin.filesFolder(), name);
-        const int error = renameExclusively(path, place);
+        error = renameExclusively(path, place);
         if (error == 0) {
             recycled = std::move(place);
             return {};
         }
-        ::unlink(record.constData());
+        ::unlink(bin.recordOf(name).constData());
         if (error != EEXIST) { // that would be an item without a record
             return {error, error == EXDEV || error == EROFS};
         }
@@ -227,6 +238,10 @@ Failure putIntoAny(const ItemFolder& folder, const std::vector<BinCandidate>& ca
             if (error == EIO || error == ENOMEM || error == EMFILE || error == ENFILE) {
                 return {error, false};
             }
+            ItemFacts above;
+            if (error == ENOENT && lookAt(candidate.existing, above) != 0) {
+                return {ENOENT, true};
+            }
             continue;
         }
         failure = putInto(bin, path, recycled);
@@ -235,7 +250,8 @@ Failure putIntoAny(const ItemFolder& folder, const std::vector<BinCandidate>& ca
             return failure;
         }
         removeMade(made);
-        if (!failure.isOfTheBin) {
+        // A bin that vanished is made again, before another one comes into question.
+        if (!failure.isOfTheBin || failure.error == ENOENT) {
             return failure;
         }
     }
@@ -302,13 +318,18 @@ int recycleItem(const QByteArray& path, QByteArray& recycled) {
         isStillThere(*known.bin) && putInto(*known.bin, path, recycled).error == 0) {
         return 0;
     }
-    // Whatever was wrong with what is remembered, it is found out anew; what was right fails again. An item
-    // that is there although it was not found: its bin was emptied at this moment.
-    int error = ENOENT;
-    for (int tries = 0; error == ENOENT && tries < kFreshTries && lookAt(path, item) == 0; ++tries) {
-        error = recycleAfresh(path, item, data, recycled);
+    // Whatever was wrong with what is remembered, it is found out anew; what was right fails again. When
+    // something is missing and it is not the item, its bin was emptied at this moment.
+    for (int tries = 0; tries < kFreshTries; ++tries) {
+        const int error = recycleAfresh(path, item, data, recycled);
+        if (error != ENOENT) {
+            return error;
+        }
+        if (const int gone = lookAt(path, item); gone != 0) {
+            return gone;
+        }
     }
-    return error;
+    return EAGAIN;
 }
 
 bool canRecycleItem(const QByteArray& path) {

@@ -145,8 +145,9 @@ int restoreItem(const QByteArray& recycled, const QByteArray& target) {
     QByteArray place = target;
     if (place.isEmpty()) {
         place = rememberedPlace(readRecord(bin, name).path, bin.base).value_or(QByteArray());
-        if (place.isEmpty()) {
-            return ENODATA;
+        if (place.isEmpty()) { // or somebody has restored it at this moment
+            const int error = lookAt(item, facts);
+            return error != 0 ? error : ENODATA;
         }
     }
     QByteArrayList made;
