@@ -132,7 +132,7 @@ private:
                 return;
             }
             const QString key = takeText();
-            if (!enter()) {
+            if (!enter() || mXml.name() == u"key") {
                 mGood = false;
                 return;
             }
