@@ -6,6 +6,7 @@
 #include <VKCoreKit/VKFileMgr.h>
 #include <VKCoreKit/VKFolderReader.h>
 #include <VKCoreKit/VKLog.h>
+#include <VKCoreKit/VKProcess.h>
 #include <VKCoreKit/VKProduct.h>
 #include <VKCoreKit/VKProgress.h>
 #include <VKCoreKit/VKStatus.h>
