@@ -47,6 +47,28 @@ int linkAndUnlink(const Place& from, const Place& to) {
     return error;
 }
 
+/// Takes the name with an empty item of the same sort, which the rename then replaces: it can replace nothing
+/// of anybody else's. A rename of a folder replaces empty folders only, so there even what others put into it
+/// meanwhile is safe.
+int renameOverPlaceholder(const Place& from, const Place& to, bool isFolder) {
+    if (isFolder) {
+        if (::mkdirat(to.folder.get(), to.name.constData(), 0700) != 0) {
+            return errno;
+        }
+    } else {
+        FileDescriptor file(::openat(to.folder.get(), to.name.constData(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!file.isOpen()) {
+            return errno;
+        }
+    }
+    const int error = plainRename(from, to);
+    if (error != 0) {
+        ::unlinkat(to.folder.get(), to.name.constData(), isFolder ? AT_REMOVEDIR : 0);
+    }
+    return error;
+}
+
 /// For a file system without RENAME_NOREPLACE.
 int renameByOtherMeans(const Place& from, const Place& to) {
     struct stat source;
@@ -61,10 +83,10 @@ int renameByOtherMeans(const Place& from, const Place& to) {
         if (isInside(to.folder, from.folder, from.name, error) || error != 0) {
             return error != 0 ? error : EINVAL;
         }
-        return plainRename(from, to);
+        return renameOverPlaceholder(from, to, true);
     }
     const int error = linkAndUnlink(from, to);
-    return error == EMLINK ? plainRename(from, to) : error;
+    return error == EMLINK ? renameOverPlaceholder(from, to, false) : error;
 }
 
 bool isInOneFolder(const Place& a, const Place& b) {
@@ -174,9 +196,7 @@ int renameWithoutOverwriting(const Place& from, const Place& to) {
     return error == EEXIST ? respell(from, to) : error;
 }
 
-int renameItem(const QByteArray& from, const QByteArray& to) {
-    Place source;
-    Place target;
+int openMove(const QByteArray& from, const QByteArray& to, Place& source, Place& target) {
     if (const int error = openPlace(from, source); error != 0) {
         return error;
     }
@@ -186,7 +206,24 @@ int renameItem(const QByteArray& from, const QByteArray& to) {
     if (const int error = openPlace(to, target); error != 0) {
         return error == EBUSY || error == EINVAL ? EEXIST : error; // the root, ".", "..": folders that exist
     }
-    return renameWithoutOverwriting(source, target);
+    return 0;
+}
+
+int renameItem(const QByteArray& from, const QByteArray& to) {
+    Place source;
+    Place target;
+    const int error = openMove(from, to, source, target);
+    return error == 0 ? renameWithoutOverwriting(source, target) : error;
+}
+
+int moveItem(const QByteArray& from, const QByteArray& to, CopyWatcher* watcher) {
+    Place source;
+    Place target;
+    if (const int error = openMove(from, to, source, target); error != 0) {
+        return error;
+    }
+    const int error = renameWithoutOverwriting(source, target);
+    return error == EXDEV ? moveAcross(source, target, watcher) : error;
 }
 
 } // namespace VKPlatform

@@ -1,9 +1,9 @@
 // Two passes over the tree: the first decides whether all of it may go, the second deletes.
 #include "Platform/FileRemoval.h"
-#include "Platform/FolderListing.h"
 #include "Platform/Linux/FolderDescent.h"
 #include "Platform/Linux/MountsBelow.h"
 #include "Platform/Linux/Place.h"
+#include "Platform/Linux/TreeEntries.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,34 +20,6 @@ namespace {
 
 /// How often a folder is emptied again in which others keep making new items.
 constexpr int kEmptyings = 4;
-
-struct Entry {
-    QByteArray name;
-    FileKind kind = FileKind::Unknown;
-};
-
-int entriesOf(const FileDescriptor& folder, std::vector<Entry>& out) {
-    FolderListing listing;
-    if (const int error = listing.openAt(folder); error != 0) {
-        return error;
-    }
-    for (FolderListing::Entry entry; listing.next(entry);) {
-        FileKind kind = entry.kind;
-        if (kind == FileKind::Unknown) {
-            FileDetails details;
-            const int error = listing.details(entry, LinkRule::Keep, details);
-            if (error == ENOENT) {
-                continue;
-            }
-            if (error != 0) {
-                return error;
-            }
-            kind = details.kind;
-        }
-        out.push_back({entry.name.toByteArray(), kind});
-    }
-    return listing.error();
-}
 
 /// The folders that nothing may delete, however they are reached.
 std::vector<Identity> protectedFolders() {
@@ -111,14 +83,14 @@ private:
                 return EBUSY;
             }
         }
-        std::vector<Entry> entries;
+        std::vector<TreeEntry> entries;
         if (const int error = entriesOf(mDescent.here(), entries); error != 0) {
             return error == ENOENT ? 0 : error;
         }
         if (!entries.empty() && ::faccessat(mDescent.here().get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
             return errno;
         }
-        for (Entry& entry : entries) {
+        for (TreeEntry& entry : entries) {
             if (entry.kind == FileKind::Folder) {
                 mPending.back().push_back(std::move(entry.name));
             }
@@ -177,11 +149,11 @@ private:
     int emptyLevel() {
         Level& level = mLevels.back();
         ++level.emptyings;
-        std::vector<Entry> entries;
+        std::vector<TreeEntry> entries;
         if (const int error = entriesOf(mDescent.here(), entries); error != 0) {
             return error;
         }
-        for (Entry& entry : entries) {
+        for (TreeEntry& entry : entries) {
             int error = entry.kind == FileKind::Folder ? EISDIR : unlinkEntry(mDescent.here(), entry.name, 0);
             if (error == EISDIR) {
                 level.folders.push_back(std::move(entry.name));
@@ -225,6 +197,8 @@ private:
 };
 
 } // namespace
+
+int deleteTree(const Place& place) { return Deletion().run(place); }
 
 int removeFile(const QByteArray& path) {
     Place place;

@@ -1,0 +1,155 @@
+// To another file system: a copy that is put into place as a whole, and then the removal of exactly what was
+// copied.
+#include "Platform/AtomicFile.h"
+#include "Platform/FileCopy.h"
+#include "Platform/Linux/CopyItem.h"
+#include "Platform/Linux/MountsBelow.h"
+#include "Platform/Linux/MovedTree.h"
+#include "Platform/Linux/Rename.h"
+#include "Platform/Linux/TreeEntries.h"
+#include "Platform/TreeCopy.h"
+
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace VKPlatform {
+
+namespace {
+
+constexpr int kNameTries = 100;
+constexpr qsizetype kNameLimit = 255;
+/// For file systems that take less than most (encrypting ones).
+constexpr qsizetype kShortNameLimit = 100;
+constexpr CopyRules kReplacingSource = {CopyFlush::ToDisk, CopyOwner::Keep};
+
+/// A path that leads to the place through its open folder, for functions that take paths.
+QByteArray pathOf(const Place& place) {
+    return "/proc/self/fd/" + QByteArray::number(place.folder.get()) + '/' + place.name;
+}
+
+int flushFolder(const FileDescriptor& folder) {
+    const FileDescriptor readable(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!readable.isOpen()) {
+        return errno == EACCES ? 0 : errno; // a folder that may not be read cannot be flushed
+    }
+    return flushToDisk(readable.get());
+}
+
+/// What can be known before about whether the source's name may be removed.
+int checkSource(const Place& from) {
+    Identity folder;
+    Identity item;
+    int error = identityOf(from.folder, QByteArray(), folder);
+    if (error == 0) {
+        error = identityOf(from.folder, from.name, item);
+    }
+    if (error != 0) {
+        return error;
+    }
+    if (!item.isSameMount(folder)) {
+        return EBUSY;
+    }
+    return ::faccessat(from.folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
+}
+
+int moveFileAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
+    ItemStamp before;
+    int error = stampOf(from.folder, from.name, before);
+    if (error == 0) {
+        error = copyFile(pathOf(from), pathOf(to), kReplacingSource, watcher);
+    }
+    if (error != 0) {
+        return error;
+    }
+    ItemStamp after;
+    error = stampOf(from.folder, from.name, after);
+    if (error == 0) {
+        error = before == after ? 0 : EBUSY;
+    }
+    if (error == 0 && ::unlinkat(from.folder.get(), from.name.constData(), 0) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        ::unlinkat(to.folder.get(), to.name.constData(), 0);
+    }
+    return error;
+}
+
+/// Copies the tree to a name of its own beside the target: `copy` is its place then.
+int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& copy) {
+    copy.folder = FileDescriptor(::openat(to.folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!copy.folder.isOpen()) {
+        return errno;
+    }
+    qsizetype limit = kNameLimit;
+    int error = EEXIST;
+    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
+        const QByteArray suffix = QByteArray::number(QRandomGenerator::system()->bounded(0x7fffffff), 36);
+        copy.name = temporaryFileName(to.name, suffix.rightJustified(6, '0'), limit);
+        error = copyTree(pathOf(from), pathOf(copy), kReplacingSource, watcher);
+        if (error == ENAMETOOLONG && limit != kShortNameLimit) {
+            limit = kShortNameLimit;
+            error = EEXIST;
+        }
+    }
+    return error;
+}
+
+int moveTreeAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
+    int error = 0;
+    if (isInside(to.folder, from.folder, from.name, error) || error != 0) {
+        return error != 0 ? error : EINVAL;
+    }
+    MovedTree tree;
+    error = tree.scan(from);
+    Place copy;
+    if (error == 0) {
+        error = copyBeside(from, to, watcher, copy);
+    }
+    if (error != 0) {
+        return error;
+    }
+    error = tree.check(from);
+    if (error == 0) {
+        error = renameWithoutOverwriting(copy, to);
+    }
+    if (error != 0) {
+        (void)deleteTree(copy); // the first failure is the one to tell
+        return error;
+    }
+    error = flushFolder(to.folder);
+    bool begun = false;
+    if (error == 0) {
+        error = tree.remove(from, begun);
+    }
+    if (error != 0 && !begun) {
+        (void)deleteTree(to);
+    }
+    return error;
+}
+
+} // namespace
+
+int moveAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
+    struct stat record;
+    if (::fstatat(from.folder.get(), from.name.constData(), &record, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno;
+    }
+    struct stat taken;
+    if (::fstatat(to.folder.get(), to.name.constData(), &taken, AT_SYMLINK_NOFOLLOW) == 0) {
+        return EEXIST;
+    }
+    if (errno != ENOENT) {
+        return errno;
+    }
+    if (const int error = checkSource(from); error != 0) {
+        return error;
+    }
+    return S_ISDIR(record.st_mode) ? moveTreeAcross(from, to, watcher) : moveFileAcross(from, to, watcher);
+}
+
+} // namespace VKPlatform
