@@ -23,10 +23,10 @@ public:
     ~AtomicFile();
 
     /// Creates the temporary sibling ".name.XXXXXX" of `target` by exclusive creation. A symbolic link is
-    /// honoured: the file it names (which need not exist) is the target. The mode and, as far as permitted,
-    /// the owner of an existing file are kept; a new file gets 0666 less the process's mask. EISDIR for a
-    /// folder, EOPNOTSUPP for a fifo, socket or device, EACCES for a file without write permission (a rename
-    /// would replace it all the same), EBUSY when one is open here already.
+    /// honoured: the file it names (which need not exist) is the target. The mode, the access lists, the user
+    /// attributes and, as far as permitted, the owner of an existing file are kept; a new file gets 0666 less
+    /// the process's mask. EISDIR for a folder, EOPNOTSUPP for a fifo, socket or device, EACCES for a file
+    /// without write permission (a rename would replace it all the same), EBUSY when one is open here already.
     [[nodiscard]] int open(const QByteArray& target);
 
     [[nodiscard]] bool isOpen() const noexcept { return mFile.isOpen(); }

@@ -109,8 +109,8 @@ void VKFileMgrItemsTest::deleting() {
         Disk::makeLink(mRoot + "/dangling", "nothing");
         QByteArrayList left = Disk::namesIn(mRoot);
         const auto url = makeUrl(mRoot + '/' + name, column == QByteArray("asFolder"));
-        const VKStatus status =
-            column == QByteArray("asFile") ? VKFileMgrDeleteFile(url.get()) : VKFileMgrDeleteFolder(url.get());
+        const VKStatus status = column == QByteArray("asFile") ? VKFileMgrDeleteFile(url.get())
+                                                               : VKFileMgrDeleteFolder(url.get());
         QTEST(status, column);
         if (status == 0) {
             left.removeOne(name);
@@ -146,9 +146,11 @@ void VKFileMgrItemsTest::names_data() {
 // Made by bytes, found and deleted through the text.
 void VKFileMgrItemsTest::names() {
     QFETCH(QByteArray, name);
-    QCOMPARE(VKFileMgrCreateDirectory(makeUrl(mRoot + '/' + name + '/' + name, true).get()), kVKStatusSuccess);
+    QCOMPARE(VKFileMgrCreateDirectory(makeUrl(mRoot + '/' + name + '/' + name, true).get()),
+             kVKStatusSuccess);
     QCOMPARE(Disk::namesIn(mRoot), QByteArrayList{name});
-    const QString text = takeText(VKFileMgrGetFileSystemRepresentationCopy(makeUrl(mRoot + '/' + name).get()));
+    const QString text =
+        takeText(VKFileMgrGetFileSystemRepresentationCopy(makeUrl(mRoot + '/' + name).get()));
     const auto found =
         VKCFRef<CFURLRef>::adopt(VKFileMgrCreateFileSystemRepresentation(makeString(text).get(), true));
     unsigned long long bytes = 0;

@@ -46,10 +46,11 @@ void VKFileMgrNamesTest::cleanup() { Disk::removeTree(mRoot); }
 /// The path below the test's folder; a null one when there is no URL.
 QByteArray VKFileMgrNamesTest::unique(const QByteArray& place, const QString& name, bool isFile,
                                       int firstNumber) const {
-    const auto url = VKCFRef<CFURLRef>::adopt(VKFileMgrCreateUniquePathName(
-        makeUrl(mRoot + place).get(), makeString(name).get(), isFile, makeString(u"copy"_s).get(), firstNumber));
+    const auto url = VKCFRef<CFURLRef>::adopt(
+        VKFileMgrCreateUniquePathName(makeUrl(mRoot + place).get(), makeString(name).get(), isFile,
+                                      makeString(u"copy"_s).get(), firstNumber));
     const QByteArray path = CFURLCopyFileSystemBytes(url.get());
-    return path.startsWith(mRoot + '/') ? path.sliced(mRoot.size()) : QByteArray();
+    return path.startsWith(mRoot) ? path.sliced(mRoot.size()) : QByteArray();
 }
 
 void VKFileMgrNamesTest::uniqueName() {
@@ -176,8 +177,8 @@ void VKFileMgrNamesTest::sidecarOnDisk_data() {
     QTest::newRow("composed beside a decomposed image")
         << QByteArrayList{composed + ".xmp"} << decomposed + ".jpg" << composed + ".xmp";
     QTest::newRow("none: in form C") << QByteArrayList{} << decomposed + ".jpg" << composed + ".xmp";
-    QTest::newRow("both: form C") << QByteArrayList{composed + ".xmp", decomposed + ".xmp"} << decomposed + ".jpg"
-                                  << composed + ".xmp";
+    QTest::newRow("both: form C") << QByteArrayList{composed + ".xmp", decomposed + ".xmp"}
+                                  << decomposed + ".jpg" << composed + ".xmp";
     QTest::newRow("not UTF-8") << QByteArrayList{"/lat\xE9.xmp"} << QByteArray("/lat\xE9.jpg")
                                << QByteArray("/lat\xE9.xmp");
     QTest::newRow("not UTF-8, another one reads the same")

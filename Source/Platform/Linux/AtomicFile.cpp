@@ -1,6 +1,7 @@
 // Works on the descriptor of the containing folder, so that a folder renamed meanwhile does not divert the
 // result.
 #include "Platform/AtomicFile.h"
+#include "Platform/Linux/CopyMetadata.h"
 #include "Platform/Linux/ReadAt.h"
 
 #include <QRandomGenerator>
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace VKPlatform {
 
@@ -63,17 +65,36 @@ int openFolder(const QByteArray& path, FileDescriptor& folder) {
     return folder.isOpen() ? 0 : errno;
 }
 
-/// Owner first: changing it can take set-user bits away. What the process may not give away stays its own.
-int copyOwnerAndMode(int file, const struct stat& from) {
-    if (::fchown(file, from.st_uid, from.st_gid) != 0 &&
-        ::fchown(file, static_cast<uid_t>(-1), from.st_gid) != 0 && errno != EPERM && errno != ENOSYS &&
+/// Opens the file to ask for its attributes; one that may be written but not read has its access lists at least.
+int openExisting(const FileDescriptor& folder, const QByteArray& name, FileDescriptor& file) {
+    for (const int access : {O_RDONLY, O_WRONLY}) {
+        constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+        file = FileDescriptor(::openat(folder.get(), name.constData(), access | kFlags));
+        if (file.isOpen() || errno != EACCES) {
+            break;
+        }
+    }
+    return file.isOpen() ? 0 : errno;
+}
+
+/// Owner first: changing it can take set-user bits away. Then the lists, which change the mode; then the mode.
+/// What the process may not give away stays its own.
+int copyWhatBelongsToTheFile(int to, const FileDescriptor& existing, const struct stat& from) {
+    if (::fchown(to, from.st_uid, from.st_gid) != 0 &&
+        ::fchown(to, static_cast<uid_t>(-1), from.st_gid) != 0 && errno != EPERM && errno != ENOSYS &&
         errno != ENOTSUP && errno != EINVAL) {
         return errno;
     }
-    if (::fchmod(file, from.st_mode & 07777U) != 0 && errno != EPERM && errno != ENOSYS && errno != ENOTSUP) {
+    std::vector<Attribute> attributes;
+    int error = readAttributes(existing.get(), attributes);
+    if (error == 0) {
+        error = setAttributes(to, attributes, inheritedLists(to));
+    }
+    if (error == 0 && ::fchmod(to, from.st_mode & 07777U) != 0 && errno != EPERM && errno != ENOSYS &&
+        errno != ENOTSUP) {
         return errno;
     }
-    return 0;
+    return error;
 }
 
 } // namespace
@@ -107,12 +128,16 @@ int AtomicFile::open(const QByteArray& target) {
     if (::faccessat(mFolder.get(), mName.constData(), W_OK, AT_EACCESS) != 0) {
         return errno;
     }
-    int error = openTemporary(0600);
+    FileDescriptor file;
+    int error = openExisting(mFolder, mName, file);
     if (error == 0) {
-        error = copyOwnerAndMode(mFile.get(), existing);
-        if (error != 0) {
-            abandon();
-        }
+        error = openTemporary(0600);
+    }
+    if (error == 0) {
+        error = copyWhatBelongsToTheFile(mFile.get(), file, existing);
+    }
+    if (error != 0) {
+        abandon();
     }
     return error;
 }

@@ -20,7 +20,8 @@ bool isNoFolder(int error) { return error == ENOENT || error == ENOTDIR || error
 int stampOf(const FileDescriptor& folder, const QByteArray& name, ItemStamp& out) {
     struct statx record;
     constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_CTIME;
-    if (::statx(folder.get(), name.constData(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, kWanted, &record) != 0) {
+    if (::statx(folder.get(), name.constData(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, kWanted, &record) !=
+        0) {
         return errno;
     }
     out.sizeBytes = static_cast<std::int64_t>(record.stx_size);
