@@ -1,0 +1,121 @@
+// A system bus of the test's own, the real disk service on it, and a stand-in with drives that this machine lacks.
+#pragma once
+
+#include "Support/DiskSupport.h"
+#include "Support/ProcessSupport.h"
+#include "Support/ShellCommand.h"
+
+#include <QByteArray>
+
+#include <memory>
+
+namespace Bus {
+
+/// As long as the object lives, the system bus of this program and its children is one of its own.
+class SystemBus {
+public:
+    explicit SystemBus(const QByteArray& folder)
+        : mFolder(folder), mBefore(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")) {
+        Disk::makeFile(
+            folder + "/bus.conf",
+            "<busconfig><type>system</type><listen>unix:path=" + folder +
+                "/bus</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow user=\"*\"/>"
+                "<allow own=\"*\"/><allow send_destination=\"*\"/><allow send_type=\"method_call\"/>"
+                "<allow receive_sender=\"*\"/></policy></busconfig>\n");
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder + "/bus");
+        mDaemon = std::make_unique<Processes::Running>(
+            QByteArrayList{"dbus-daemon", "--config-file=" + folder + "/bus.conf", "--nofork", "--nopidfile"},
+            folder + "/bus.log");
+        // The client waits for nothing; the socket appears with the daemon.
+        mReady = Shell::outputOf("for i in $(seq 100); do busctl --system list >/dev/null 2>&1 && exit 0; "
+                                 "[ -d /proc/" +
+                                 QByteArray::number(mDaemon->pid()) + " ] || exit 1; done; exit 1")
+                     .status == 0;
+    }
+    SystemBus(const SystemBus&) = delete;
+    SystemBus& operator=(const SystemBus&) = delete;
+    ~SystemBus() {
+        mDaemon.reset();
+        if (mBefore.isNull()) {
+            qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+        } else {
+            qputenv("DBUS_SYSTEM_BUS_ADDRESS", mBefore);
+        }
+    }
+
+    [[nodiscard]] static bool canBeMade() {
+        return Disk::exists("/usr/bin/dbus-daemon") && Disk::exists("/usr/bin/busctl") &&
+               Disk::exists("/usr/bin/gdbus");
+    }
+
+    [[nodiscard]] bool isReady() const { return mReady; }
+    [[nodiscard]] const QByteArray& folder() const { return mFolder; }
+    [[nodiscard]] Processes::Running& daemon() { return *mDaemon; }
+
+    /// Waits until a service has the name on the bus.
+    [[nodiscard]] static bool waitFor(const QByteArray& name) {
+        return Shell::outputOf("gdbus wait --system --timeout 60 " + name + " 2>&1").status == 0;
+    }
+
+private:
+    QByteArray mFolder;
+    QByteArray mBefore;
+    bool mReady = false;
+    std::unique_ptr<Processes::Running> mDaemon;
+};
+
+/// The stand-in: one disk with the device number, mounted at the place. `behaviour` is what Unmount does: "ok"
+/// unmounts, "busy", "dismissed" and "forbidden" refuse, "silent" never answers anything.
+class FakeDiskService {
+public:
+    FakeDiskService(const SystemBus& bus, const QByteArrayList& words)
+        : mService(QByteArrayList{"/usr/bin/python3", VKQT_FAKE_DISK_SERVICE} + words,
+                   bus.folder() + "/fake.log"),
+          mReady(SystemBus::waitFor("org.freedesktop.UDisks2")) {}
+
+    [[nodiscard]] static bool canBeMade() {
+        return SystemBus::canBeMade() &&
+               Shell::outputOf("/usr/bin/python3 -c 'import dbus, gi' 2>&1").status == 0;
+    }
+
+    [[nodiscard]] bool isReady() const { return mReady; }
+    [[nodiscard]] Processes::Running& process() { return mService; }
+
+private:
+    Processes::Running mService;
+    bool mReady;
+};
+
+/// The device manager and the real disk service. Needs root.
+class RealDiskService {
+public:
+    explicit RealDiskService(const SystemBus& bus)
+        : mDeviceManager({"/lib/systemd/systemd-udevd"}, bus.folder() + "/udevd.log"),
+          mDeviceManagerReady(
+              Shell::outputOf("for i in $(seq 200); do udevadm control --ping 2>/dev/null && exit 0; "
+                              "done; exit 1")
+                  .status == 0),
+          mService({"/usr/libexec/udisks2/udisksd"}, bus.folder() + "/udisksd.log"),
+          mReady(mDeviceManagerReady && SystemBus::waitFor("org.freedesktop.UDisks2")) {}
+    RealDiskService(const RealDiskService&) = delete;
+    RealDiskService& operator=(const RealDiskService&) = delete;
+    ~RealDiskService() { settle(); }
+
+    [[nodiscard]] static bool canBeMade() {
+        return SystemBus::canBeMade() && Disk::isRoot() && Disk::exists("/usr/libexec/udisks2/udisksd") &&
+               Disk::exists("/lib/systemd/systemd-udevd") && Disk::exists("/dev/loop-control");
+    }
+
+    [[nodiscard]] bool isReady() const { return mReady; }
+
+    /// Until the device manager knows of every device that there is.
+    static void settle() { Shell::outputOf("udevadm settle 2>&1"); }
+
+private:
+    Processes::Running mDeviceManager;
+    bool mDeviceManagerReady;
+    Processes::Running mService;
+    bool mReady;
+};
+
+} // namespace Bus
