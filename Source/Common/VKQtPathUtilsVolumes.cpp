@@ -67,6 +67,8 @@ QList<VKQtPath> VKQtPathUtils::getVolumes() {
 
 bool VKQtPathUtils::isVolume(const VKQtPath& path) { return getVolumes().contains(path); }
 
+bool VKQtPathUtils::isVolumeOnline(const VKQtPath& path) { return path.fullVolume().exists(); }
+
 QString VKQtPathUtils::getVolumeGivenPath(const QString& path) {
     return VKQtVolumeRules::volumeOf(path, VKQtVolumeRules::currentPlatform());
 }

@@ -444,7 +444,7 @@ void VKQtPathUtilsVolumesTest::markerThatCannotBeMade() {
     const QByteArray waiting = newFolder();
     Disk::makeFifo(waiting + "/.browse");
     QVERIFY(unchanged(waiting));
-    QCOMPARE(Disk::namesIn(waiting), QByteArrayList(".browse"));
+    QCOMPARE(Disk::namesIn(waiting), QByteArrayList{".browse"});
     VKTEST_NEEDS(Disk::isRoot(), "root");
     const QByteArray foreign = newFolder();
     Disk::openForOthers(foreign + "/x");
@@ -485,7 +485,7 @@ void VKQtPathUtilsVolumesTest::markerAmongProcesses() {
         }
         ::close(ends[0]);
         ::close(ends[1]);
-        QCOMPARE(Disk::namesIn(folder), QByteArrayList(".browse"));
+        QCOMPARE(Disk::namesIn(folder), QByteArrayList{".browse"});
         QCOMPARE(Disk::contentOf(folder + "/.browse").size(), 36);
     }
 }
