@@ -12,4 +12,5 @@
 #include "CoreFoundation/CFPropertyList.h"
 #include "CoreFoundation/CFString.h"
 #include "CoreFoundation/CFURL.h"
+#include "CoreFoundation/CFURLBookmark.h"
 #include "CoreFoundation/CFUUID.h"

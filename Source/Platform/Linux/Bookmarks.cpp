@@ -1,0 +1,247 @@
+// Puts identity, volume, search and portal together.
+#include "Platform/Bookmarks.h"
+
+#include "Platform/BookmarkData.h"
+#include "Platform/DocumentPortal.h"
+#include "Platform/MountFacts.h"
+#include "Platform/MountTable.h"
+#include "Platform/Sandbox.h"
+#include "Platform/VolumeIdentity.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <unistd.h>
+#include <vector>
+
+namespace VKPlatform {
+
+namespace {
+
+bool isNotThere(int error) { return error == ENOENT || error == ENOTDIR; }
+
+VolumeMark markOf(const MountEntry& mount) { return {volumeUuid(mount), mount.type, mount.source}; }
+
+/// What follows `folder` in `path`, with its "/"; nothing when the path does not lie in it.
+std::optional<QByteArray> below(const QByteArray& path, const QByteArray& folder) {
+    if (folder == "/") {
+        return path == "/" ? QByteArray() : path;
+    }
+    if (!path.startsWith(folder) || (path.size() > folder.size() && path.at(folder.size()) != '/')) {
+        return std::nullopt;
+    }
+    return path.sliced(folder.size());
+}
+
+/// `rest`, which is empty or begins with "/", behind a folder.
+QByteArray under(const QByteArray& folder, const QByteArray& rest) {
+    if (rest.isEmpty()) {
+        return folder;
+    }
+    return folder == "/" ? rest : folder + rest;
+}
+
+std::vector<MountEntry> mountsNow() {
+    std::vector<MountEntry> mounts;
+    return mountedFileSystems(mounts) == 0 ? reachableMounts(mounts) : std::vector<MountEntry>();
+}
+
+bool isFolder(const QByteArray& path, FileKind kind) {
+    FileDetails details;
+    return kind == FileKind::Folder ||
+           (kind == FileKind::Link && fileDetails(path, LinkRule::Follow, details) == 0 &&
+            details.kind == FileKind::Folder);
+}
+
+void describeVolume(BookmarkRecord& record) {
+    const std::optional<MountEntry> mount = mountHolding(mountsNow(), record.path);
+    if (!mount) {
+        return;
+    }
+    record.volume = markOf(*mount);
+    const QByteArray path = pathWithoutLinks(record.path);
+    if (const auto rest = below(path, mount->place); rest && !path.isEmpty()) {
+        record.pathOnVolume = under(mount->root, *rest);
+    }
+}
+
+/// Whether the mark belongs to one volume alone: every tmpfs is "tmpfs" from "tmpfs".
+bool isUnique(const VolumeMark& volume) {
+    return !volume.uuid.isEmpty() || isNetworkFileSystem(volume.type, volume.source);
+}
+
+/// A place where the bookmark's volume is mounted, and what the bookmark's path would be there.
+struct VolumePlace {
+    QByteArray top;
+    QByteArray path;
+};
+
+/// The places of the bookmark's volume, the one that holds its old path first.
+std::vector<VolumePlace> placesOf(const BookmarkRecord& record) {
+    std::vector<VolumePlace> places;
+    for (const MountEntry& mount : mountsNow()) {
+        // Most entries of a mount table are of another type: only the others' identifiers are asked for.
+        if (record.volume.type != mount.type || !isSameVolume(record.volume, markOf(mount))) {
+            continue;
+        }
+        if (const auto rest = below(record.pathOnVolume, mount.root)) {
+            places.push_back({mount.place, under(mount.place, *rest)});
+        }
+    }
+    std::stable_partition(places.begin(), places.end(), [&](const VolumePlace& place) {
+        return below(record.path, place.top).has_value();
+    });
+    return places;
+}
+
+class Resolver {
+public:
+    Resolver(const BookmarkRecord& record, const SearchLimits& limits) : mRecord(record), mLimits(limits) {}
+
+    [[nodiscard]] int atItsPath(ResolvedBookmark& out) {
+        mError = identify(mRecord.path, mNow);
+        if (mError == 0 && isSameItem(mRecord.identity, mNow)) {
+            return answer(mRecord.path, mNow.kind, false, out);
+        }
+        return mError == 0 ? ENOENT : mError;
+    }
+
+    /// After atItsPath() did not find it.
+    [[nodiscard]] int elsewhere(ResolvedBookmark& out) {
+        if (mError != 0 && !isNotThere(mError)) {
+            return mError;
+        }
+        if (mError == 0 && isReplacedAtItsPath()) {
+            return answer(mRecord.path, mNow.kind, true, out);
+        }
+        if (mRecord.pathOnVolume.isEmpty()) {
+            return ENOENT;
+        }
+        const std::vector<VolumePlace> places = placesOf(mRecord);
+        for (const VolumePlace& place : places) {
+            if (isAt(place)) {
+                return answer(place.path, mRecord.identity.kind, true, out);
+            }
+        }
+        return search(places, out);
+    }
+
+private:
+    static int answer(const QByteArray& path, FileKind kind, bool isStale, ResolvedBookmark& out) {
+        out = {path, isFolder(path, kind), isStale};
+        return 0;
+    }
+
+    [[nodiscard]] bool isReplacedAtItsPath() const {
+        if (mNow.kind != mRecord.identity.kind) {
+            return false;
+        }
+        const std::optional<MountEntry> mount = mountHolding(mountsNow(), mRecord.path);
+        return mount && isSameVolume(mRecord.volume, markOf(*mount));
+    }
+
+    [[nodiscard]] bool isAt(const VolumePlace& place) const {
+        FileIdentity there;
+        return identify(place.path, there) == 0 &&
+               (isSameItem(mRecord.identity, there) ||
+                (there.kind == mRecord.identity.kind && isUnique(mRecord.volume)));
+    }
+
+    [[nodiscard]] int search(const std::vector<VolumePlace>& places, ResolvedBookmark& out) {
+        BookmarkSearch search(mRecord.identity, mLimits);
+        for (const VolumePlace& place : places) {
+            QByteArray found;
+            const int error = search.findBelow(place.top, place.path, found);
+            if (error == 0) {
+                return answer(found, mRecord.identity.kind, true, out);
+            }
+            if (error != ENOENT) {
+                return error;
+            }
+        }
+        return ENOENT;
+    }
+
+    const BookmarkRecord& mRecord;
+    const SearchLimits& mLimits;
+    FileIdentity mNow;
+    int mError = 0;
+};
+
+int resolvePath(const BookmarkRecord& record, const SearchLimits& limits, ResolvedBookmark& out) {
+    Resolver resolver(record, limits);
+    return resolver.atItsPath(out) == 0 ? 0 : resolver.elsewhere(out);
+}
+
+int resolveDocument(const BookmarkRecord& record, const DocumentToken& token, ResolvedBookmark& out) {
+    const QByteArray folder = documentFolder();
+    const QByteArray path = pathOfDocument(token, folder);
+    const Grant grant = grantOf(token, folder);
+    if (grant == Grant::Stands) {
+        FileDetails details;
+        const int error = fileDetails(path, LinkRule::Follow, details);
+        out = {path, error == 0 && details.kind == FileKind::Folder, false};
+        return 0;
+    }
+    // An application that may reach the host's folders needs no grant.
+    if (!record.path.isEmpty() && Resolver(record, {}).atItsPath(out) == 0) {
+        return 0;
+    }
+    if (grant == Grant::ItemIsGone) {
+        return ENOENT;
+    }
+    out = {path, record.identity.kind == FileKind::Folder, true};
+    return 0;
+}
+
+} // namespace
+
+int createBookmark(const QByteArray& path, QByteArray& data) {
+    if (!path.startsWith('/') || path.contains('\0')) {
+        return EINVAL;
+    }
+    BookmarkRecord record;
+    FileIdentity identity;
+    if (const int error = identify(path, identity); error != 0) {
+        return error;
+    }
+    if (const auto token = documentTokenOf(path, documentFolder())) {
+        record.token = documentTokenText(*token);
+    } else {
+        record.path = path;
+        record.identity = identity;
+        record.identity.scope = scopeOf(path);
+        describeVolume(record);
+    }
+    std::optional<QByteArray> bytes = encodeBookmark(record);
+    if (!bytes) {
+        return ENAMETOOLONG;
+    }
+    data = *bytes;
+    return 0;
+}
+
+int resolveBookmark(QByteArrayView data, const SearchLimits& limits, ResolvedBookmark& out) {
+    BookmarkRecord record;
+    if (const int error = decodeBookmark(data, record); error != 0) {
+        return error;
+    }
+    const std::optional<DocumentToken> token = parseDocumentToken(record.token);
+    if (token && (isSandboxed() || record.path.isEmpty())) {
+        return resolveDocument(record, *token, out);
+    }
+    return resolvePath(record, limits, out);
+}
+
+bool mayReach(const QByteArray& path) {
+    if (!isSandboxed()) {
+        return true;
+    }
+    const QByteArray folder = documentFolder();
+    if (const auto token = documentTokenOf(path, folder)) {
+        return grantOf(*token, folder) == Grant::Stands;
+    }
+    return ::access(path.constData(), R_OK) == 0;
+}
+
+} // namespace VKPlatform
