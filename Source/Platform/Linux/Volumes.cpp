@@ -42,6 +42,11 @@ VolumeFacts askFileSystem(const QByteArray& place) {
     if (::statvfs(place.constData(), &record) != 0) {
         return {!meansGone(errno), std::nullopt};
     }
+    // A volume without any room is one that does not tell: user-space file systems answer so to users that they
+    // are not for.
+    if (record.f_blocks == 0) {
+        return {true, std::nullopt};
+    }
     const std::uint64_t block = record.f_frsize;
     return {true, VolumeSpace{record.f_blocks * block, record.f_bavail * block}};
 }
