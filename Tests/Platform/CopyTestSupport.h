@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <sys/statvfs.h>
+#include <utility>
 
 namespace CopyTest {
 
@@ -106,7 +107,16 @@ public:
     [[nodiscard]] QByteArray newFolder(const QByteArray& name) {
         const QByteArray path = pathOf(name) + "/t" + QByteArray::number(++mNumber);
         Disk::makeFolder(path);
+        mFolders.append(path);
         return path;
+    }
+
+    /// Removes the folders that were given out.
+    void clear() {
+        for (const QByteArray& folder : std::as_const(mFolders)) {
+            Disk::removeTree(folder);
+        }
+        mFolders.clear();
     }
 
     /// tmpfs keeps "user." attributes since Linux 6.6, but not everywhere.
@@ -139,6 +149,7 @@ private:
     QByteArray mFolder;
     std::map<QByteArray, std::unique_ptr<Disk::LoopFileSystem>> mLoops;
     std::unique_ptr<Disk::TemporaryFileSystem> mMemory;
+    QByteArrayList mFolders;
     int mNumber = 0;
 };
 

@@ -63,6 +63,7 @@ void FileCopyTest::initTestCase() {
 void FileCopyTest::cleanupTestCase() { mSystems.unmount(); }
 
 void FileCopyTest::cleanup() {
+    mSystems.clear();
     Disk::removeTree(mRoot);
     Disk::makeFolder(mRoot);
 }

@@ -149,6 +149,7 @@ void TreeCopyTest::initTestCase() {
 void TreeCopyTest::cleanupTestCase() { mSystems.unmount(); }
 
 void TreeCopyTest::cleanup() {
+    mSystems.clear();
     Disk::removeTree(mRoot);
     Disk::makeFolder(mRoot);
 }
