@@ -23,7 +23,7 @@ target_compile_options(VKQtBuildFlags INTERFACE
   -fno-semantic-interposition
   $<$<CONFIG:Release>:-fstack-protector-strong>)
 target_compile_definitions(VKQtBuildFlags INTERFACE
-  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
   $<$<CONFIG:Debug>:VKQT_DEBUG_BUILD=1>)
 
 function(vkqt_shared_library_options target)

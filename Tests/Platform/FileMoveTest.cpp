@@ -388,7 +388,7 @@ void FileMoveTest::everyCallFailingInTurn() {
             QVERIFY(!Disk::exists(mRoot + from));
             QCOMPARE(::rename(Disk::text(mRoot + "/new"), Disk::text(mRoot + from)), 0);
         } else {
-            QVERIFY2(faults.wasMet() && result == EIO, faults.failedCall());
+            QVERIFY2(faults.wasMet() && result == EIO, faults.failedCall().constData());
         }
         QCOMPARE(picture(), before);
     }

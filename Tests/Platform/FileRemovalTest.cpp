@@ -403,7 +403,7 @@ void FileRemovalTest::everyCallFailingInTurn() {
         if (result == 0) {
             QVERIFY(!Disk::exists(top)); // what failed did not matter
         } else {
-            QVERIFY2(faults.wasMet() && result == EIO, faults.failedCall());
+            QVERIFY2(faults.wasMet() && result == EIO, faults.failedCall().constData());
         }
         QCOMPARE(Disk::namesIn(precious).size(), 6);
         if (faults.wasMet() && Disk::exists(top)) {

@@ -158,7 +158,7 @@ void FolderCreationTest::everyCallFailingInTurn() {
             result = createFolders(mRoot + "/there/a/b/c");
         }
         if (faults.wasMet()) {
-            QVERIFY2(result == EIO, faults.failedCall());
+            QVERIFY2(result == EIO, faults.failedCall().constData());
             QCOMPARE(Disk::namesIn(mRoot + "/there"), QByteArrayList());
         } else {
             QCOMPARE(result, 0);

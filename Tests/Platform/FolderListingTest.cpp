@@ -402,7 +402,7 @@ void FolderListingTest::fileSystemWithoutBirthTime() {
         run("losetup --detach " + device);
     });
     const Shell::Output mounted = run("mount.exfat-fuse " + device + " '" + folder + '\'');
-    QVERIFY2(mounted.status == 0, mounted.text);
+    QVERIFY2(mounted.status == 0, mounted.text.constData());
     FileDetails details;
     Disk::makeFile(folder + "/a.jpg", "123");
     FolderListing listing;

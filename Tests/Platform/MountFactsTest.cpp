@@ -116,7 +116,7 @@ void MountFactsTest::networkMount() {
         Shell::outputOf("sshfs -o ssh_command='" + folder + "/connect' 'anna@nas:" + folder + "/server' '" +
                         mount + "' 2>&1");
     const auto unmount = qScopeGuard([&] { ::umount2(mount.constData(), MNT_DETACH); });
-    QVERIFY2(mounted.status == 0, mounted.text);
+    QVERIFY2(mounted.status == 0, mounted.text.constData());
     const QByteArray content = Disk::contentOf(mount + "/a.jpg");
     const std::optional<bool> local = isLocalFileSystem(mount + "/a.jpg");
     QCOMPARE(content, QByteArray("photo"));

@@ -88,8 +88,8 @@ void RecycleVolumesTest::fileSystems() {
                 QVERIFY(canRecycleItem(item));
                 QByteArray place;
                 QCOMPARE(recycle(item, &place), 0);
-                QVERIFY2(!Disk::exists(item), name);
-                QVERIFY2(place.startsWith(QByteArray(volume.ownBin() + "/files/")), place);
+                QVERIFY2(!Disk::exists(item), name.constData());
+                QVERIFY2(place.startsWith(QByteArray(volume.ownBin() + "/files/")), place.constData());
                 QCOMPARE(recordedPath(place), folder + name);
                 QCOMPARE(Disk::contentOf(place), QByteArray(content));
                 recycled.append(place);
@@ -443,7 +443,7 @@ void RecycleVolumesTest::hostileRecords() {
         Disk::makeFile(bin + "/info/evil.trashinfo",
                        "[Trash Info]\nPath=" + path + "\nDeletionDate=2020-01-01T00:00:00\n");
         const int error = restoreItem(bin + "/files/evil", QByteArray());
-        QVERIFY2(error == EXDEV || error == ENODATA, path);
+        QVERIFY2(error == EXDEV || error == ENODATA, path.constData());
         QVERIFY(Disk::namesIn(mHome->folder()).isEmpty());
         QVERIFY(Disk::exists(bin + "/files/evil"));
     }

@@ -238,7 +238,7 @@ void WholeFileTest::everyCallFailingInTurn() {
         const QByteArray content = Disk::contentOf(mRoot + "/a");
         // The folder's flush comes when the content is in place already.
         const bool isNew = result == 0 || faults.failedCall() == "fsync";
-        QVERIFY2(content == (isNew ? "new content" : "old"), faults.failedCall());
+        QVERIFY2(content == (isNew ? "new content" : "old"), faults.failedCall().constData());
         QVERIFY(result == 0 || faults.wasMet());
         Disk::makeFile(mRoot + "/a", "old");
     }

@@ -419,7 +419,7 @@ void VKFileMgrTest::local() {
                                    QByteArray("/"), QByteArray("/proc/self/status")}) {
         bool local = false;
         QCOMPARE(VKFileMgrGetLocal(makeUrl(path).get(), &local), kVKStatusSuccess);
-        QVERIFY2(local, path);
+        QVERIFY2(local, path.constData());
     }
     bool local = false;
     QCOMPARE(VKFileMgrGetLocal(makeUrl(mRoot + "dangling").get(), &local), kVKStatusStatFailed);
