@@ -38,7 +38,8 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"ls"_s, u"path"_s, u"completion"_s, u"help"_s, u"manual"_s};
+const QStringList kCommands = {u"free"_s, u"ls"_s,     u"mkdir"_s,      u"mv"_s,   u"path"_s,  u"rm"_s,
+                               u"stat"_s, u"unique"_s, u"completion"_s, u"help"_s, u"manual"_s};
 
 } // namespace
 
@@ -87,6 +88,13 @@ void ToolFrameTest::commandHelp_data() {
                                                 u"-r, --reverse"_s,   u"--bytes"_s,         u"--created"_s,
                                                 u"--names"_s,         u"--paths"_s,         u"-0, --null"_s,
                                                 u"--json"_s};
+    QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
+    QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
+    QTest::newRow("rm") << u"rm"_s << common + QStringList{u"-r, --recursive"_s, u"--json"_s};
+    QTest::newRow("stat") << u"stat"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("unique") << u"unique"_s
+                            << common + QStringList{u"--folder"_s, u"--word WORD"_s, u"--json"_s};
     QTest::newRow("path") << u"path"_s << common + QStringList{u"--folder"_s, u"--file"_s, u"--json"_s};
     QTest::newRow("completion") << u"completion"_s << common;
     QTest::newRow("help") << u"help"_s << common;
@@ -164,6 +172,9 @@ void ToolFrameTest::wrongLine_data() {
         "vkqt ls: --all and --ext exclude each other\n");
     row("both kinds", {u"path"_s, u"--file"_s, u"--folder"_s, u"x"_s},
         "vkqt path: --folder and --file exclude each other\n");
+    row("no target", {u"mv"_s, u"a.jpg"_s}, "vkqt mv: it needs a SOURCE and a TARGET\n");
+    row("nothing to delete", {u"rm"_s, u"-r"_s}, "vkqt rm: it needs PATH\n");
+    row("empty word", {u"unique"_s, u"--word="_s, u"a.jpg"_s}, "vkqt unique: --word needs a word\n");
     row("no text", {u"path"_s}, "vkqt path: it needs TEXT\n");
     row("no shell", {u"completion"_s}, "vkqt completion: it needs SHELL\n");
     row("unknown shell", {u"completion"_s, u"tcsh"_s},
