@@ -2,7 +2,7 @@
 // where the program has its own allocator in front (not under the sanitizers).
 #include "VKQtPath.h"
 
-#include "AllocationCounter.h"
+#include "Support/AllocationCounter.h"
 #include "Support/VKTest.h"
 
 #include <QDataStream>

@@ -1,6 +1,6 @@
 // What the filter keeps and leaves out, under each platform's rules, and that its lists are its own.
-#include "Common/AllocationCounter.h"
 #include "Common/PathFilterSupport.h"
+#include "Support/AllocationCounter.h"
 #include "Support/VKTest.h"
 
 #include <VKQtPath.h>

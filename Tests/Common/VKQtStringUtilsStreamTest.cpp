@@ -1,5 +1,5 @@
 // Strings in binary streams: the exact bytes, and what hostile ones may cost.
-#include "AllocationCounter.h"
+#include "Support/AllocationCounter.h"
 #include "Support/VKTest.h"
 
 #include <VKQtStringUtils.h>

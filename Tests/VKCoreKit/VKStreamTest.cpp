@@ -1,8 +1,8 @@
 // What every stream does, in memory as over a file that is written.
 #include "VKCoreKit/VKStream.h"
 
-#include "Common/AllocationCounter.h"
 #include "CoreKitSupport.h"
+#include "Support/AllocationCounter.h"
 #include "Support/DiskSupport.h"
 
 #include <cerrno>

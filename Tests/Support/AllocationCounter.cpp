@@ -1,5 +1,5 @@
 // Stands before the C library's allocator: everything in the program comes through here, the framework too.
-#include "AllocationCounter.h"
+#include "Support/AllocationCounter.h"
 
 #if defined(__has_feature)
 #    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
