@@ -211,7 +211,9 @@ void VKQtPath::setPath(CFStringRef text, bool folder) {
 }
 
 void VKQtPath::setPath(CFURLRef url, bool folder, unsigned int volumeID) {
-    const QString text = VKQtStringUtils::createQStringFileSystemRepresentationFromCFUrlRef(url);
+    QString text = VKQtStringUtils::createQStringFileSystemRepresentationFromCFUrlRef(url);
+    // In a URL a backslash is part of a name. A path would take it for a separator.
+    text.replace(u'\\', QChar(QChar::ReplacementCharacter));
     if (volumeID != 0) {
         setPath(text, folder, volumeID);
     } else {

@@ -116,8 +116,9 @@ public:
     /// setPath() with the string's text up to its first NUL; a null string gives an empty text.
     void setPath(CFStringRef text, bool folder);
 
-    /// setPath() with the file-system path of the URL; a `volumeID` of 0 means none. A null URL, or one that
-    /// names no file, gives an empty text.
+    /// setPath() with the file-system path of the URL; a `volumeID` of 0 means none. A backslash, in a URL part
+    /// of a name, shows as U+FFFD, by which the name is found again. A null URL, or one that names no file, gives
+    /// an empty text.
     void setPath(CFURLRef url, bool folder, unsigned int volumeID);
 
     /// Takes the other's text as it stands, its folder flag and its token; releases the cached full volume.

@@ -3,12 +3,17 @@
 
 #include <VKCoreKit/VKFileMgr.h>
 
+#include <QDir>
 #include <QTemporaryDir>
 
-VKQtTemporaryDir::VKQtTemporaryDir() : mTempDir(std::make_unique<QTemporaryDir>()) {
-    // The framework leaves names behind that are not UTF-8, and goes into what is mounted inside.
-    mTempDir->setAutoRemove(false);
-    if (!mTempDir->isValid()) {
+VKQtTemporaryDir::VKQtTemporaryDir() {
+    // Without a temporary folder the framework's template is one in the root folder.
+    if (!QDir::tempPath().isEmpty()) {
+        mTempDir = std::make_unique<QTemporaryDir>();
+        // The framework leaves names behind that are not UTF-8, and goes into what is mounted inside.
+        mTempDir->setAutoRemove(false);
+    }
+    if (!mTempDir || !mTempDir->isValid()) {
         mTempDir.reset();
         // Without even that folder the URL stays null and the path empty.
         static_cast<void>(

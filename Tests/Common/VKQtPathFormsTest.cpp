@@ -125,6 +125,9 @@ void VKQtPathFormsTest::fromCFUrls() {
     QCOMPARE(path.path(), QStringLiteral("/x"));
     QVERIFY2(!path.hasVolumeID(), "0 means none");
     QCOMPARE(path.volumeID(), 9U);
+    path.setPath(url("file:///a%5Cb").get(), false, 0);
+    QCOMPARE(path.path(), QStringLiteral("/a\uFFFDb"));
+    path.setPath(url("file:///x").get(), false, 9);
     path.setPath(CFURLRef(nullptr), true, 1);
     QVERIFY(path.path().isEmpty() && path.isFolder() && path.hasVolumeID());
     path.setPath(url("https://host/x").get(), false, 0);

@@ -282,6 +282,9 @@ void UniqueNameTest::otherSpellings_data() {
     QTest::newRow("decomposed text") << QByteArray("caf\xC3\xA9.jpg") << u"cafe\u0301.jpg"_s << copy;
     QTest::newRow("not UTF-8 on disk")
         << QByteArray("lat\xE9.jpg") << u"lat\uFFFD.jpg"_s << QByteArray("lat\xEF\xBF\xBD copy.jpg");
+    QTest::newRow("backslash on disk") << QByteArray("a\\b.jpg") << u"a\uFFFDb.jpg"_s
+                                       << QByteArray("a\xEF\xBF\xBD"
+                                                     "b copy.jpg");
     QTest::newRow("Kelvin sign on disk")
         << QByteArray("5\xE2\x84\xAA.jpg") << "5K.jpg" << QByteArray("5K copy.jpg");
     QTest::newRow("other case is another name where case counts")

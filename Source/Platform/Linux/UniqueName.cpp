@@ -72,7 +72,7 @@ private:
             error = 0;
         }
         for (FolderListing::Entry entry; listing.next(entry);) {
-            if (!hasOneSpelling(entry.name)) {
+            if (!hasOneSpelling(entry.name) || entry.name.contains('\\')) {
                 mShown.insert(displayedName(entry.name));
             }
         }
