@@ -3,16 +3,26 @@
 #pragma once
 
 #include "Platform/BookmarkSearch.h"
+#include "Platform/DocumentPortal.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
 
 namespace VKPlatform {
 
-/// The bookmark of an item; a link is the item itself. An item below the folder of documents gets its token and
-/// nothing else, as its numbers there mean nothing. ENOENT and others as the system answers, EINVAL for a path
-/// that is not absolute, ENAMETOOLONG for one over kMostBookmarkPathBytes.
+/// The bookmark of an item; a link is the item itself. An item below the folder of documents gets its token, as
+/// its numbers there mean nothing; outside a sandbox it is also followed on the host, if the portal tells where
+/// it is. ENOENT and others as the system answers, EINVAL for a path that is not absolute, ENAMETOOLONG for one
+/// over kMostBookmarkPathBytes.
 [[nodiscard]] int createBookmark(const QByteArray& path, QByteArray& data);
+
+/// The same for a sandboxed application to use, which is granted the item. Outside a sandbox only; fails as
+/// grantDocument() too. The bookmark serves on both sides.
+[[nodiscard]] int createBookmarkFor(const QByteArray& application, DocumentRights rights,
+                                    const QByteArray& path, QByteArray& data);
+
+/// Takes back what createBookmarkFor() granted, or a file chooser. EINVAL for data without a token.
+[[nodiscard]] int withdrawBookmark(QByteArrayView data, const QByteArray& application);
 
 struct ResolvedBookmark {
     QByteArray path;
@@ -30,8 +40,8 @@ struct ResolvedBookmark {
 /// Never another item than these. Content does not matter, and what lies on another volume is never taken.
 ///
 /// In a sandbox a token comes first: the item that the document portal shows; when the grant is lost, the place
-/// where it would show, stale, so that it can be reached again once it is granted again. Outside of one a
-/// bookmark that has only a token is asked of the portal.
+/// where it would show, stale, so that it can be reached again once it is granted again. Outside of one the portal
+/// is asked about a bookmark that has only a token.
 ///
 /// EINVAL, EOPNOTSUPP as decodeBookmark(); ENOENT when the item is not found, ETIMEDOUT when the limits ended the
 /// search, ECANCELED, and what the system answers when the item is there and cannot be looked at.

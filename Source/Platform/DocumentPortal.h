@@ -34,6 +34,23 @@ enum class Grant : std::uint8_t {
 /// How things stand at this moment. Two system calls at most.
 [[nodiscard]] Grant grantOf(const DocumentToken& token, const QByteArray& folder);
 
+enum class DocumentRights : std::uint8_t { Read, ReadAndWrite };
+
+// The following ask the portal over the user's message bus, which may have to start it: they wait for five
+// seconds at most. They are for processes outside of sandboxes. errno, 0 for success: ENOTCONN without a bus or a
+// portal, ETIMEDOUT, EACCES when it is not allowed, ENOENT for a document that there is not, EINVAL, EIO.
+
+/// Makes an item of the host a document, for good, and grants it to an application ("org.example.Photo"). The same
+/// item gives the same document again. A link is followed.
+[[nodiscard]] int grantDocument(const QByteArray& path, const QByteArray& application, DocumentRights rights,
+                                DocumentToken& out);
+
+/// Takes every right on a document from an application; it is noticed at once, but files that are open stay so.
+[[nodiscard]] int revokeDocument(const DocumentToken& token, const QByteArray& application);
+
+/// The item's path on the host, as it was when it became a document.
+[[nodiscard]] int hostPathOfDocument(const DocumentToken& token, QByteArray& path);
+
 // Rules.
 
 [[nodiscard]] QByteArray documentTokenText(const DocumentToken& token);
@@ -51,5 +68,16 @@ enum class Grant : std::uint8_t {
 [[nodiscard]] std::optional<DocumentToken> documentTokenOf(QByteArrayView path, QByteArrayView folder);
 
 [[nodiscard]] QByteArray pathOfDocument(const DocumentToken& token, const QByteArray& folder);
+
+/// The path on the host of a token's item, from that of its document; empty when they do not fit.
+///
+///     "Photos/2026/a.jpg", "/home/anna/Photos" -> "/home/anna/Photos/2026/a.jpg"        "a.jpg", "/b.jpg" -> ""
+[[nodiscard]] QByteArray hostPath(const DocumentToken& token, QByteArrayView documentPath);
+
+/// The errno for the name of a refusal of the portal or the bus.
+///
+///     "org.freedesktop.portal.Error.NotAllowed" -> EACCES
+///     "org.freedesktop.DBus.Error.ServiceUnknown" -> ENOTCONN        anything else -> EIO
+[[nodiscard]] int errorOfDocumentPortal(QByteArrayView name);
 
 } // namespace VKPlatform

@@ -2,6 +2,7 @@
 #include "Platform/DocumentPortal.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace VKPlatform {
 
@@ -81,6 +82,42 @@ std::optional<DocumentToken> documentTokenOf(QByteArrayView path, QByteArrayView
 
 QByteArray pathOfDocument(const DocumentToken& token, const QByteArray& folder) {
     return folder + '/' + token.id + '/' + token.name;
+}
+
+QByteArray hostPath(const DocumentToken& token, QByteArrayView documentPath) {
+    const qsizetype slash = documentPath.lastIndexOf('/');
+    if (!documentPath.startsWith('/') || documentPath.contains('\0')) {
+        return QByteArray();
+    }
+    const QByteArrayView name = documentPath.sliced(slash + 1);
+    const QByteArrayView shown(token.name);
+    const qsizetype end = shown.indexOf('/');
+    const QByteArrayView first = end < 0 ? shown : shown.first(end);
+    return !name.isEmpty() && name == first ? documentPath.first(slash + 1).toByteArray() + token.name
+                                            : QByteArray();
+}
+
+int errorOfDocumentPortal(QByteArrayView name) {
+    struct Row {
+        QByteArrayView name;
+        int error;
+    };
+    static constexpr Row kRows[] = {
+        {"org.freedesktop.portal.Error.NotAllowed", EACCES},
+        {"org.freedesktop.portal.Error.InvalidArgument", EINVAL},
+        {"org.freedesktop.portal.Error.NotFound", ENOENT},
+        {"org.freedesktop.DBus.Error.AccessDenied", EACCES},
+        {"org.freedesktop.DBus.Error.ServiceUnknown", ENOTCONN},
+        {"org.freedesktop.DBus.Error.NameHasNoOwner", ENOTCONN},
+        {"org.freedesktop.DBus.Error.Disconnected", ENOTCONN},
+        {"org.freedesktop.DBus.Error.NoServer", ENOTCONN},
+        {"org.freedesktop.DBus.Error.Spawn.ServiceNotFound", ENOTCONN},
+        {"org.freedesktop.DBus.Error.NoReply", ETIMEDOUT},
+        {"org.freedesktop.DBus.Error.Timeout", ETIMEDOUT},
+    };
+    const auto* const row = std::find_if(std::begin(kRows), std::end(kRows),
+                                         [&](const Row& candidate) { return candidate.name == name; });
+    return row == std::end(kRows) ? EIO : row->error;
 }
 
 } // namespace VKPlatform

@@ -3,6 +3,7 @@
 
 #include <VKCoreKit/CBaseCore.h>
 #include <VKCoreKit/VKCFRef.h>
+#include <VKCoreKit/VKFileBookmark.h>
 #include <VKCoreKit/VKFileMgr.h>
 #include <VKCoreKit/VKFolderReader.h>
 #include <VKCoreKit/VKLog.h>

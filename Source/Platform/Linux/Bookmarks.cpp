@@ -173,7 +173,21 @@ int resolvePath(const BookmarkRecord& record, const SearchLimits& limits, Resolv
     return resolver.atItsPath(out) == 0 ? 0 : resolver.elsewhere(out);
 }
 
-int resolveDocument(const BookmarkRecord& record, const DocumentToken& token, ResolvedBookmark& out) {
+/// A bookmark from a sandbox, outside of it.
+int resolveOnHost(const DocumentToken& token, ResolvedBookmark& out) {
+    QByteArray path;
+    if (const int error = hostPathOfDocument(token, path); error != 0) {
+        return error;
+    }
+    FileDetails details;
+    if (const int error = fileDetails(path, LinkRule::Keep, details); error != 0) {
+        return error;
+    }
+    out = {path, isFolder(path, details.kind), false};
+    return 0;
+}
+
+int resolveInSandbox(const BookmarkRecord& record, const DocumentToken& token, ResolvedBookmark& out) {
     const QByteArray folder = documentFolder();
     const QByteArray path = pathOfDocument(token, folder);
     const Grant grant = grantOf(token, folder);
@@ -194,31 +208,77 @@ int resolveDocument(const BookmarkRecord& record, const DocumentToken& token, Re
     return 0;
 }
 
-} // namespace
+bool isPossible(const QByteArray& path) { return path.startsWith('/') && !path.contains('\0'); }
 
-int createBookmark(const QByteArray& path, QByteArray& data) {
-    if (!path.startsWith('/') || path.contains('\0')) {
-        return EINVAL;
-    }
-    BookmarkRecord record;
+/// All that is to be known of an item that lies on an ordinary file system.
+int describe(const QByteArray& path, BookmarkRecord& record) {
     FileIdentity identity;
     if (const int error = identify(path, identity); error != 0) {
         return error;
     }
-    if (const auto token = documentTokenOf(path, documentFolder())) {
-        record.token = documentTokenText(*token);
-    } else {
-        record.path = path;
-        record.identity = identity;
-        record.identity.scope = scopeOf(path);
-        describeVolume(record);
-    }
-    std::optional<QByteArray> bytes = encodeBookmark(record);
+    record.path = path;
+    record.identity = identity;
+    record.identity.scope = scopeOf(path);
+    describeVolume(record);
+    return 0;
+}
+
+int encode(const BookmarkRecord& record, QByteArray& data) {
+    const std::optional<QByteArray> bytes = encodeBookmark(record);
     if (!bytes) {
         return ENAMETOOLONG;
     }
     data = *bytes;
     return 0;
+}
+
+} // namespace
+
+int createBookmark(const QByteArray& path, QByteArray& data) {
+    if (!isPossible(path)) {
+        return EINVAL;
+    }
+    BookmarkRecord record;
+    const std::optional<DocumentToken> token = documentTokenOf(path, documentFolder());
+    if (!token) {
+        const int error = describe(path, record);
+        return error == 0 ? encode(record, data) : error;
+    }
+    if (const int error = fileExists(path); error != 0) {
+        return error;
+    }
+    QByteArray onHost;
+    if (!isSandboxed() && hostPathOfDocument(*token, onHost) == 0 && describe(onHost, record) != 0) {
+        record = BookmarkRecord();
+    }
+    record.token = documentTokenText(*token);
+    return encode(record, data);
+}
+
+int createBookmarkFor(const QByteArray& application, DocumentRights rights, const QByteArray& path,
+                      QByteArray& data) {
+    if (!isPossible(path) || application.isEmpty() || application.contains('\0')) {
+        return EINVAL;
+    }
+    BookmarkRecord record;
+    if (const int error = describe(path, record); error != 0) {
+        return error;
+    }
+    DocumentToken token;
+    if (const int error = grantDocument(path, application, rights, token); error != 0) {
+        return error;
+    }
+    record.token = documentTokenText(token);
+    return encode(record, data);
+}
+
+int withdrawBookmark(QByteArrayView data, const QByteArray& application) {
+    BookmarkRecord record;
+    if (const int error = decodeBookmark(data, record); error != 0) {
+        return error;
+    }
+    const std::optional<DocumentToken> token = parseDocumentToken(record.token);
+    return token ? revokeDocument(*token, application) : EINVAL;
 }
 
 int resolveBookmark(QByteArrayView data, const SearchLimits& limits, ResolvedBookmark& out) {
@@ -227,10 +287,10 @@ int resolveBookmark(QByteArrayView data, const SearchLimits& limits, ResolvedBoo
         return error;
     }
     const std::optional<DocumentToken> token = parseDocumentToken(record.token);
-    if (token && (isSandboxed() || record.path.isEmpty())) {
-        return resolveDocument(record, *token, out);
+    if (token && isSandboxed()) {
+        return resolveInSandbox(record, *token, out);
     }
-    return resolvePath(record, limits, out);
+    return token && record.path.isEmpty() ? resolveOnHost(*token, out) : resolvePath(record, limits, out);
 }
 
 bool mayReach(const QByteArray& path) {

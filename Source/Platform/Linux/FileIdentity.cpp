@@ -2,6 +2,7 @@
 #include "Platform/FileIdentity.h"
 
 #include "Platform/FileDescriptor.h"
+#include "Platform/Linux/OpenPath.h"
 #include "Platform/Linux/Place.h"
 #include "Platform/WholeFile.h"
 
@@ -128,9 +129,10 @@ IdentityScope scopeOf(const QByteArray& path) {
 
 QByteArray pathWithoutLinks(const QByteArray& path) {
     FileDescriptor item;
-    if (openItem(path, item) != 0) {
-        return QByteArray();
-    }
+    return openItem(path, item) == 0 ? pathOfOpen(item) : QByteArray();
+}
+
+QByteArray pathOfOpen(const FileDescriptor& item) {
     std::array<char, PATH_MAX> target = {};
     const QByteArray link = "/proc/self/fd/" + QByteArray::number(item.get());
     const ssize_t size = ::readlink(link.constData(), target.data(), target.size());
