@@ -38,8 +38,9 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"free"_s, u"ls"_s,     u"mkdir"_s,      u"mv"_s,   u"path"_s,  u"rm"_s,
-                               u"stat"_s, u"unique"_s, u"completion"_s, u"help"_s, u"manual"_s};
+const QStringList kCommands = {u"free"_s,    u"ls"_s,         u"mkdir"_s, u"mv"_s,    u"path"_s,
+                               u"restore"_s, u"rm"_s,         u"stat"_s,  u"trash"_s, u"trashed"_s,
+                               u"unique"_s,  u"completion"_s, u"help"_s,  u"manual"_s};
 
 } // namespace
 
@@ -91,6 +92,9 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
+    QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
+    QTest::newRow("trash") << u"trash"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("trashed") << u"trashed"_s << common + QStringList(u"--json"_s);
     QTest::newRow("rm") << u"rm"_s << common + QStringList{u"-r, --recursive"_s, u"--json"_s};
     QTest::newRow("stat") << u"stat"_s << common + QStringList(u"--json"_s);
     QTest::newRow("unique") << u"unique"_s
