@@ -65,13 +65,15 @@ VKCORE_EXPORT VKStatus VKFileMgrGetLocal(CFURLRef url, bool* local);
 // file, otherwise those that are told, or the errno. A call that fails leaves the disk as it was, unless told.
 
 /// Makes the folder and those above it that are missing (mode 0777 less the process's mask). 0 when it is a
-/// folder already, or a link to one; 17 when something else has the name. Folders that were made before a
-/// failure are removed again.
+/// folder already, or a link to one; 17 when something else has the name, 20 when something else stands in the
+/// way. Folders that were made before a failure are removed again.
 VKCORE_EXPORT VKStatus VKFileMgrCreateDirectory(CFURLRef url);
 
 /// Deletes a file, a link (never what it names), or a folder with everything in it. Does not follow links,
 /// does not enter another file system, and refuses the root, the home folder and a mount point (16). A tree
-/// that holds a mount point is refused before anything is deleted. 2 when there is nothing.
+/// that holds one of these, or a folder that may not be read or changed (13, 1, 30), is refused before anything
+/// is deleted. 2 when there is nothing. Any other failure ends the work where it is: what was deleted before
+/// stays deleted.
 VKCORE_EXPORT VKStatus VKFileMgrDeleteFolder(CFURLRef url);
 
 /// Deletes a file or a link. 21 for a folder, 2 when there is nothing.
@@ -98,27 +100,45 @@ VKCORE_EXPORT VKStatus VKFileMgrCopyFolder(CFURLRef from, CFURLRef to, VKProgres
 /// Gives the item a new place and name. One step inside a file system; from one to another it is copied and
 /// flushed first and then deleted, so that the source or the destination is whole at every moment. 17 when
 /// the destination exists (nothing is touched), 22 for a folder into itself, 2 when there is nothing.
+///
+/// From one file system to another also: 95 for what is or holds a fifo, socket or device, 16 for what is or
+/// holds a mount point; 16 when somebody changed the source meanwhile, which then stays, without a copy. Only a
+/// removal of the source that fails after it began leaves both: the destination, which is whole, and of the
+/// source what could not go (39: somebody added to it meanwhile).
+///
+/// A new spelling of its own name in another case is a new name where case counts, and changes the spelling where
+/// it does not; 95 where the file system keeps the old one.
 VKCORE_EXPORT VKStatus VKFileMgrMoveFile(CFURLRef from, CFURLRef to);
 
-/// The same; `progress` (may be null) can cancel while bytes are copied: 1007, and the source is untouched.
+/// The same; `progress` (may be null) hears of bytes that are copied and can cancel until they all are: 1007, and
+/// the source is untouched.
 VKCORE_EXPORT VKStatus VKFileMgrMoveFileWithProgress(CFURLRef from, CFURLRef to, VKProgress* progress);
 
 /// A name for an item beside `place` (the item whose copy is to be named) that does not exist at the moment,
 /// as a URL that the caller releases: `name` itself if it is free, then "name copy.ext", "name copy 2.ext"...
 /// with `copyWord` for "copy". At most 255 bytes, cut between characters. `isFile` false keeps the dots of a
-/// folder's name together and makes a folder URL. `firstNumber` 0 begins with the name itself; null when the
-/// URL, the name or the word is null or no name can be made of them. Whoever creates the item does it
-/// exclusively: another process may take the name first.
+/// folder's name together and makes a folder URL. `firstNumber` 0 begins with the name itself. Whoever creates
+/// the item does it exclusively: another process may take the name first.
+///
+///     "a.jpg"        -> "a copy.jpg"        "b.tar.gz" -> "b copy.tar.gz"      ".profile" -> ".profile copy"
+///     "a copy 3.jpg" -> "a copy 4.jpg"      folder "2026.11" -> "2026.11 copy"
+///
+/// A name is taken when an item has it in any spelling that the same path leads to. Null when an argument is null
+/// or no name can be made: a name that is empty, ".", ".." or has a "/", an empty word, a negative number, no room
+/// for a character of the name, a folder that does not tell, 100,000 names taken.
 VKCORE_EXPORT CFURLRef VKFileMgrCreateUniquePathName(CFURLRef place, CFStringRef name, bool isFile,
                                                      CFStringRef copyWord, int firstNumber);
 
 /// Replaces the whole content of the file, or creates it (mode 0666 less the mask), atomically: the old file
 /// stays whole until the new one is stored. Mode, access lists and user attributes of an existing file are
-/// kept; a link is honoured. 1005 for null data, 21 for a folder, 13 for a file without write permission.
+/// kept; a link is honoured. 1005 for null data, 21 for a folder, 95 for a fifo, socket or device, 13 for a file
+/// without write permission, 28 on a full disk. Other hard links of the file keep the old content.
 VKCORE_EXPORT VKStatus VKFileMgrWriteFileContents(CFDataRef data, CFURLRef url);
 
 /// The whole content as a new data object that the caller releases. 27 when it is longer than the limit that
-/// VKFileMgrSetReadLimit() sets; 21 for a folder. `*out` is null after a failure.
+/// VKFileMgrSetReadLimit() sets; 21 for a folder, 95 for a fifo, socket or device (which is not waited for). A file
+/// that grows or shrinks meanwhile gives what was there, without a guarantee that it was there at one moment.
+/// `*out` is null after a failure.
 VKCORE_EXPORT VKStatus VKFileMgrGetFileContentsCopy(CFURLRef url, CFDataRef* out);
 
 /// The same with a limit of the caller's own, in bytes.
@@ -207,16 +227,21 @@ enum class VKUserFolder : std::uint8_t { Desktop, Documents, Downloads, Music, P
 /// `*url` is null after a failure.
 VKCORE_EXPORT VKStatus VKFileMgrGetUserFolderCopy(VKUserFolder folder, CFURLRef* url);
 
-/// What this process may still write on the volume that holds the item, in bytes. For an item that does not
-/// exist yet the nearest folder above it answers. `*bytes` changes only on success.
+/// What a user without privileges may still write on the volume that holds the item, in bytes. For an item that
+/// does not exist yet the nearest folder above it answers. 95 where the file system does not count (such as /proc).
+/// `*bytes` changes only on success. A dead network mount can block it.
 VKCORE_EXPORT VKStatus VKFileMgrGetBytesFreeFromPath(CFURLRef url, unsigned long long* bytes);
 
-/// Whether this process can create items in the folder. 1025 only where the system does not tell; a missing
-/// folder is 2. `*writable` is false after a failure.
+/// Whether this process can create items in the folder: permissions, access lists, read-only volumes and immutable
+/// folders count. 1025 only where the system does not tell; a missing folder is 2, another item 20, a folder behind
+/// one that may not be searched 13. `*writable` is false after a failure.
 VKCORE_EXPORT VKStatus VKFileMgrGetFolderWritable(CFURLRef folder, bool* writable);
 
 /// The image's sidecar as a new URL: its name with the suffix replaced by "xmp" (appended where there is no
-/// suffix). Nothing needs to exist. The name is looked up on disk like any other.
+/// suffix; the dot in front of a hidden name begins none). Nothing needs to exist. The name is looked up on disk
+/// like any other; one that is missing is in form C. 1005 for the root.
+///
+///     "/a.jpg" -> "/a.xmp"     "/a.b.cr2" -> "/a.b.xmp"     "/a" -> "/a.xmp"     "/.hidden" -> "/.hidden.xmp"
 VKCORE_EXPORT VKStatus VKFileMgrCreateSidecarPathForImage(CFURLRef image, CFURLRef* sidecar);
 
 /// The version of a bundle (its Info.plist, in XML) or of a shared library (the digits of its real name: links

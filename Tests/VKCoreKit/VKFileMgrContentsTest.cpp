@@ -3,6 +3,7 @@
 
 #include "CoreKitSupport.h"
 #include "Support/DiskSupport.h"
+#include "Support/FaultInjection.h"
 #include "Support/LoopFileSystem.h"
 
 #include <cerrno>
@@ -30,6 +31,8 @@ private Q_SLOTS:
     void keepsWhatTheFileHas();
     void newFileHasWhatItsFolderSays();
     void linkIsHonoured();
+    void exfat();
+    void memoryIsShort();
     void fullVolume();
     void readOnlyVolume();
     void otherUser();
@@ -222,6 +225,38 @@ void VKFileMgrContentsTest::linkIsHonoured() {
     QCOMPARE(Disk::namesIn(mRoot + "/real"), QByteArrayList{"a"});
     char target[16] = {};
     QCOMPARE(::readlink(Disk::text(mRoot + "/link"), target, sizeof target), ssize_t(6));
+}
+
+// A file system that keeps neither modes nor attributes, and ignores case.
+void VKFileMgrContentsTest::exfat() {
+    const Disk::LoopFileSystem exfat("exfat", mRoot);
+    VKTEST_NEEDS(exfat.isMounted(), "root, loop devices and exfat in user space");
+    QCOMPARE(writeTo(mRoot + "/Photo.xmp", "old"), kVKStatusSuccess);
+    QCOMPARE(writeTo(mRoot + "/Photo.xmp", "new"), kVKStatusSuccess);
+    QCOMPARE(Disk::namesIn(mRoot), QByteArrayList{"Photo.xmp"});
+    QCOMPARE(Disk::contentOf(mRoot + "/photo.XMP"), QByteArray("new"));
+    QCOMPARE(writeTo(mRoot + "/photo.xmp", "newer"), kVKStatusSuccess);
+    QCOMPARE(Disk::namesIn(mRoot).size(), 1);
+    QCOMPARE(Disk::contentOf(mRoot + "/Photo.xmp"), QByteArray("newer"));
+}
+
+void VKFileMgrContentsTest::memoryIsShort() {
+    VKTEST_NEEDS(Faults::kAllocationsCanFail, "an allocator of the C library's");
+    Disk::makeFile(mRoot + "/a", "old");
+    const auto url = makeUrl(mRoot + "/a");
+    const auto data = dataOf("new");
+    Faults::Loop faults(Faults::kAllocations, ENOMEM);
+    while (faults.next()) {
+        VKStatus status = 0;
+        {
+            const Faults::Armed armed = faults.arm();
+            status = VKFileMgrWriteFileContents(data.get(), url.get());
+        }
+        QCOMPARE(status, faults.wasMet() ? VKStatus(ENOMEM) : kVKStatusSuccess);
+        QCOMPARE(Disk::namesIn(mRoot), QByteArrayList{"a"});
+        QCOMPARE(Disk::contentOf(mRoot + "/a"), faults.wasMet() ? QByteArray("old") : QByteArray("new"));
+    }
+    QVERIFY(faults.met() > 2);
 }
 
 void VKFileMgrContentsTest::fullVolume() {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -109,16 +110,20 @@ int namesOf(const FileDescriptor& folder, std::vector<QByteArray>& names) {
 
 /// Whether the folder lists exactly this name. Where it cannot be listed it is taken for granted.
 bool isListed(const Place& place) {
-    FolderListing listing;
-    if (listing.openAt(place.folder) != 0) {
-        return true;
-    }
-    for (FolderListing::Entry entry; listing.next(entry);) {
-        if (entry.name == place.name) {
+    try {
+        FolderListing listing;
+        if (listing.openAt(place.folder) != 0) {
             return true;
         }
+        for (FolderListing::Entry entry; listing.next(entry);) {
+            if (entry.name == place.name) {
+                return true;
+            }
+        }
+        return listing.error() != 0;
+    } catch (const std::bad_alloc&) {
+        return true;
     }
-    return listing.error() != 0;
 }
 
 /// Changes the spelling by way of a name of its own: `from` goes there and comes back as `to`, or as it was.

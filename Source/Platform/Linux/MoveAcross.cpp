@@ -3,7 +3,6 @@
 #include "Platform/AtomicFile.h"
 #include "Platform/FileCopy.h"
 #include "Platform/Linux/CopyItem.h"
-#include "Platform/Linux/MountsBelow.h"
 #include "Platform/Linux/MovedTree.h"
 #include "Platform/Linux/Rename.h"
 #include "Platform/Linux/TreeEntries.h"
@@ -13,6 +12,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -99,12 +99,27 @@ int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& 
     return error;
 }
 
+/// Memory that runs out is a failure like any other: what was made is removed after it.
+template <typename Step>
+int guarded(Step step) {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
+}
+
+/// The first failure is the one to tell.
+void removeCopy(const Place& place) {
+    (void)guarded([&] { return deleteTree(place); });
+}
+
 int moveTreeAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
     int error = 0;
     if (isInside(to.folder, from.folder, from.name, error) || error != 0) {
         return error != 0 ? error : EINVAL;
     }
-    MovedTree tree;
+    MovedTree tree(watcher);
     error = tree.scan(from);
     Place copy;
     if (error == 0) {
@@ -113,21 +128,21 @@ int moveTreeAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
     if (error != 0) {
         return error;
     }
-    error = tree.check(from);
-    if (error == 0) {
-        error = renameWithoutOverwriting(copy, to);
-    }
+    error = guarded([&] {
+        const int changed = tree.check(from);
+        return changed == 0 ? renameWithoutOverwriting(copy, to) : changed;
+    });
     if (error != 0) {
-        (void)deleteTree(copy); // the first failure is the one to tell
+        removeCopy(copy);
         return error;
     }
-    error = flushFolder(to.folder);
     bool begun = false;
-    if (error == 0) {
-        error = tree.remove(from, begun);
-    }
+    error = guarded([&] {
+        const int flushed = flushFolder(to.folder);
+        return flushed == 0 ? tree.remove(from, begun) : flushed;
+    });
     if (error != 0 && !begun) {
-        (void)deleteTree(to);
+        removeCopy(to);
     }
     return error;
 }

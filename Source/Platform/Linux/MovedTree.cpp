@@ -33,6 +33,12 @@ int stampOf(const FileDescriptor& folder, const QByteArray& name, ItemStamp& out
     return 0;
 }
 
+/// Asks the watcher now and then: a person who cancels does not wait for the end of a large tree.
+int MovedTree::goOn(std::size_t number) const {
+    constexpr std::size_t kEvery = 256;
+    return mWatcher != nullptr && number % kEvery == 0 ? mWatcher->copied(0) : 0;
+}
+
 int MovedTree::scanFolder(const FileDescriptor& folder, std::size_t number) {
     std::vector<TreeEntry> entries;
     if (const int error = entriesOf(folder, entries); error != 0) {
@@ -46,14 +52,15 @@ int MovedTree::scanFolder(const FileDescriptor& folder, std::size_t number) {
             return EOPNOTSUPP;
         }
         Node node{number, std::move(entry.name), entry.kind == FileKind::Folder, {}};
-        if (!node.isFolder) {
-            const int error = stampOf(folder, node.name, node.stamp);
+        int error = goOn(mNodes.size());
+        if (error == 0 && !node.isFolder) {
+            error = stampOf(folder, node.name, node.stamp);
             if (error == ENOENT) {
                 continue;
             }
-            if (error != 0) {
-                return error;
-            }
+        }
+        if (error != 0) {
+            return error;
         }
         mNodes.push_back(std::move(node));
     }
@@ -147,7 +154,11 @@ int walk(const std::vector<Node>& nodes, const Place& top, Visit visit, Left lef
 } // namespace
 
 int MovedTree::check(const Place& top) const {
-    const auto visit = [](const FileDescriptor& folder, const Node& node) {
+    std::size_t number = 0;
+    const auto visit = [&](const FileDescriptor& folder, const Node& node) {
+        if (const int ended = goOn(++number); ended != 0) {
+            return ended;
+        }
         ItemStamp now;
         const int error = stampOf(folder, node.name, now);
         return error == ENOENT || (error == 0 && now != node.stamp) ? EBUSY : error;

@@ -2,8 +2,8 @@
 // nothing that was added or changed meanwhile. Internal to this folder.
 #pragma once
 
+#include "Platform/FileCopy.h"
 #include "Platform/FileDescriptor.h"
-#include "Platform/FileFacts.h"
 #include "Platform/Linux/FolderDescent.h"
 #include "Platform/Linux/Place.h"
 
@@ -37,6 +37,9 @@ struct ItemStamp {
 
 class MovedTree {
 public:
+    /// The watcher (may be null) can end the reading and the check with its answer.
+    explicit MovedTree(CopyWatcher* watcher) : mWatcher(watcher) {}
+
     /// Reads the tree. EOPNOTSUPP when it holds a fifo, socket or device, EBUSY when it holds a mount point,
     /// EACCES and so on for a folder whose entries may not be removed.
     [[nodiscard]] int scan(const Place& top);
@@ -57,6 +60,9 @@ private:
     };
 
     [[nodiscard]] int scanFolder(const FileDescriptor& folder, std::size_t number);
+    [[nodiscard]] int goOn(std::size_t number) const;
+
+    CopyWatcher* mWatcher;
 
     /// Parents come first, and what is below a folder comes before its next sibling folder. Number 0 is the top.
     std::vector<Node> mNodes;
