@@ -2,6 +2,7 @@
 // optional volume identifier and an optional security token. Text only, but where a function says otherwise.
 #pragma once
 
+#include "VKBookmarkKeys.h"
 #include "VKQtExport.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -348,6 +349,24 @@ public:
     /// VKQtPathUtils' answers for this text.
     [[nodiscard]] bool isDesktopPath() const;
     [[nodiscard]] bool isPicturesPath() const;
+
+    // Security token and bookmark dictionary.
+
+    /// Makes this path's security token anew by VKBookmarkManager::createSecurityToken(). `out` is then the
+    /// token, lent by this path. The former token is given up in any case, so that outside a sandbox, where
+    /// none is made, this path has none afterwards and `out` is null: deliberate, a token of an earlier process
+    /// is not one of this process. That call's status; 0, null and nothing changed for a text that names no
+    /// file.
+    [[nodiscard]] VKStatus makeSecurityToken(CFDataRef& out);
+
+    /// Text, token (if there is one) and folder flag as a new bookmark dictionary (see VKBookmarkKeys.h) that
+    /// the caller releases; its "refcon" is 1.
+    [[nodiscard]] CFMutableDictionaryRef makeVKBookmarkData() const;
+
+    /// Takes over a bookmark dictionary: folder flag ("file" is not 1), text and token; the volume identifier
+    /// is no longer present. 1009 without "file", and 1009 without "name": the folder flag is then changed
+    /// already, deliberately. A null dictionary has neither; a text or token of another type counts as missing.
+    [[nodiscard]] VKStatus fromVKBookmarkData(CFDictionaryRef info);
 
     /// {"path": text, "folder": bool, "volumeID": number}. The volume identifier is written whether or not it
     /// is present.

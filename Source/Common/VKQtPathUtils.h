@@ -147,6 +147,10 @@ public:
     /// The folder "+raw", made when it is missing. Failures are logged.
     [[nodiscard]] static VKStatus createPlusRawDirectory(VKQtPath& outPath);
 
+    /// Gives the path the security token that this process holds for it: the bookmark data that is registered
+    /// for its URL with VKBookmarkManager. Without one the path stays as it is. Makes none. Always 0.
+    static VKStatus loadSecurityToken(VKQtPath& path);
+
     // Files and folders. A failure is returned and logged unless told otherwise, and leaves the disk as it was
     // unless told otherwise. A path that names no file: 1005.
 
