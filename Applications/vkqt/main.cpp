@@ -3,6 +3,7 @@
 #include "Help.h"
 
 #include <VKCoreKit/VKLog.h>
+#include <VKQtLocale.h>
 
 #include <QCoreApplication>
 
@@ -88,6 +89,7 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     const QStringList arguments = decodeArguments(argc, argv);
     const QCoreApplication application(argc, argv);
+    VKQtLocale::installTranslations();
     Output output(STDOUT_FILENO);
     int status = run(arguments, output);
     const int error = writable ? output.finish() : EBADF;
