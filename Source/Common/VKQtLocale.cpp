@@ -98,7 +98,7 @@ QString VKQtLocale::getLocalizedDirectoryLabel(QStandardPaths::StandardLocation 
 QString VKQtLocale::getLocalizedDirectoryLabel(const QString& /*path*/) { return QString(); }
 
 QString VKQtLocale::standardizeName(const QLocale& locale) {
-    const QString name = locale.name().replace(u'_', u'-');
+    QString name = locale.name().replace(u'_', u'-');
     const QStringList parts = name.split(u'-');
     if (parts.size() != 2) {
         return name;

@@ -177,10 +177,13 @@ VKQtPath VKQtPathUtils::desktopPath() { return standardFolder(QStandardPaths::De
 
 VKQtPath VKQtPathUtils::picturesPath() { return standardFolder(QStandardPaths::PicturesLocation); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are built against this signature
 bool VKQtPathUtils::isDesktopPath(QString path) { return isInside(path, QStandardPaths::DesktopLocation); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are built against this signature
 bool VKQtPathUtils::isPicturesPath(QString path) { return isInside(path, QStandardPaths::PicturesLocation); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are built against this signature
 QString VKQtPathUtils::getSystemPathDisplayString(QString path) {
     const bool onDesktop = isDesktopPath(path);
     const bool inPictures = isPicturesPath(path);

@@ -202,6 +202,7 @@ VKStatus VKQtPathUtils::getFileVersionInfo(const QString& file, bool isFolder, Q
     return logged(status, __LINE__);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are built against this signature
 void VKQtPathUtils::setFactoryContentLocation(VKQtPath folder) {
     VKFileMgrSetFactoryContentLocation(urlOf(folder).get());
 }

@@ -82,6 +82,7 @@ QString VKQtPathUtils::getPrettyVolumeName(const VKQtPath& volume, bool /*unused
     return name.isEmpty() ? volume.path() : name;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are built against this signature
 QString VKQtPathUtils::getVolumeDisplayName(QString volume) {
     const String name = String::adopt(VKFileMgrGetVolumeDisplayNameCopy(stringOf(volume).get()));
     return CFStringCopyQString(name.get());

@@ -1,6 +1,8 @@
 // Tokens as texts and as paths.
 #include "Platform/DocumentPortal.h"
 
+#include <QStringBuilder>
+
 #include <algorithm>
 #include <cerrno>
 

@@ -2,6 +2,8 @@
 #include "Platform/MountFacts.h"
 #include "Platform/VolumeIdentity.h"
 
+#include <QStringBuilder>
+
 #include <algorithm>
 
 namespace VKPlatform {

@@ -130,7 +130,7 @@ CFURLRef VKFileMgrGetFactoryContentLocationCopy() {
 
 std::optional<QByteArray> pathInFolder(const QByteArray& folder, QStringView name) {
     const QByteArray prefix = folder.endsWith('/') ? folder : QByteArray(folder + '/');
-    const std::optional<QByteArray> found =
+    std::optional<QByteArray> found =
         VKPlatform::onDiskPath(QString(VKPlatform::displayedName(prefix) + name));
     if (found && found->startsWith(prefix)) {
         return found;

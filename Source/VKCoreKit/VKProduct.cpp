@@ -96,7 +96,7 @@ QByteArray folderBelow(const QByteArray& makersFolder, const FolderNames& names)
 template <typename Place>
 QByteArray firstSharedFolder(Place place) {
     for (const QByteArray& base : VKPlatform::sharedDataFolders()) {
-        const QByteArray path = place(base + "/VK");
+        QByteArray path = place(base + "/VK");
         if (VKPlatform::isFolderThere(path) == 0) {
             return path;
         }

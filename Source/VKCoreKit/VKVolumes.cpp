@@ -79,7 +79,7 @@ QByteArray uuidOf(const MountEntry& mount, const std::vector<DiskFacts>& disks) 
 
 /// Only a device without an identifier that was found nearer is worth a question to the disk service.
 QByteArray uuidOf(const MountEntry& mount) {
-    const QByteArray uuid = volumeUuid(mount);
+    QByteArray uuid = volumeUuid(mount);
     std::vector<DiskFacts> disks;
     if (!uuid.isEmpty() || !deviceOf(mount) || askDiskService(disks) != 0) {
         return uuid;

@@ -4,6 +4,8 @@
 #include "Platform/FileDescriptor.h"
 #include "Platform/Linux/Place.h"
 
+#include <QStringBuilder>
+
 #include <cerrno>
 #include <deque>
 #include <dirent.h>

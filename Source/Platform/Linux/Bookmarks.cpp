@@ -8,6 +8,8 @@
 #include "Platform/Sandbox.h"
 #include "Platform/VolumeIdentity.h"
 
+#include <QStringBuilder>
+
 #include <algorithm>
 #include <cerrno>
 #include <optional>

@@ -96,7 +96,7 @@ Message newCall(sd_bus* bus, const char* object, const char* interface, const ch
 
 /// 0 and the reply, or the errno of the refusal.
 int send(sd_bus* bus, const Message& call, std::uint64_t microseconds, Message& reply) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error = {};
     sd_bus_message* answer = nullptr;
     const int result = library().call(bus, call.get(), microseconds, &error, &answer);
     reply.reset(answer);

@@ -6,6 +6,8 @@
 #include "Platform/Linux/OpenPath.h"
 #include "Platform/Linux/SessionBus.h"
 
+#include <QStringBuilder>
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>

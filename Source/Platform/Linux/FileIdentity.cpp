@@ -6,6 +6,8 @@
 #include "Platform/Linux/Place.h"
 #include "Platform/WholeFile.h"
 
+#include <QStringBuilder>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Rename.h"
 
 #include <QRandomGenerator>
+#include <QStringBuilder>
 
 #include <cerrno>
 #include <cstdio>

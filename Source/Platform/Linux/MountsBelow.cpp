@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QStringBuilder>
 
 #include <climits>
 #include <libmount.h>

@@ -163,7 +163,7 @@ QByteArray realPath(const QByteArray& path) {
 }
 
 QByteArray dataHome() {
-    const QByteArray given = qgetenv("XDG_DATA_HOME");
+    QByteArray given = qgetenv("XDG_DATA_HOME");
     if (given.startsWith('/')) {
         return given;
     }

@@ -4,6 +4,8 @@
 #include "Platform/FileFacts.h"
 #include "Platform/WholeFile.h"
 
+#include <QStringBuilder>
+
 #include <array>
 #include <atomic>
 #include <climits>

@@ -54,7 +54,7 @@ int PortalCall::open(const char* method) {
 }
 
 int PortalCall::send(SessionMessage& answer) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error = {};
     sd_bus_message* reply = nullptr;
     const int result = sessionBusLibrary().call(mBus.get(), mCall.get(), kPortalMicroseconds, &error, &reply);
     answer.reset(reply);

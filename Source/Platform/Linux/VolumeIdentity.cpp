@@ -3,6 +3,8 @@
 
 #include "Platform/FileDescriptor.h"
 
+#include <QStringBuilder>
+
 #include <array>
 #include <cstring>
 #include <dirent.h>

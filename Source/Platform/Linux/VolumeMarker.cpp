@@ -4,6 +4,8 @@
 
 #include "Platform/FileDescriptor.h"
 
+#include <QStringBuilder>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>

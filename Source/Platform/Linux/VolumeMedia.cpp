@@ -4,6 +4,8 @@
 
 #include "Platform/FileDescriptor.h"
 
+#include <QStringBuilder>
+
 #include <climits>
 #include <cstdlib>
 #include <dirent.h>

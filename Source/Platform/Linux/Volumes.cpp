@@ -4,6 +4,7 @@
 
 #include "Platform/BoundedQuestion.h"
 
+#include <QStringBuilder>
 #include <QtGlobal>
 
 #include <cerrno>
