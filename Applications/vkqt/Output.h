@@ -37,13 +37,14 @@ public:
     /// False once the reader has left or a write has failed.
     [[nodiscard]] bool isOpen() const { return !mGone && mError == 0; }
 
+    /// Writes what is buffered: for a command that goes on and whose reader should not wait.
+    void flush();
+
     /// Writes what is buffered and closes the descriptor. 0, or the errno of the first write that failed; a
     /// reader that has left counts as 0.
     [[nodiscard]] int finish();
 
 private:
-    void flush();
-
     int mDescriptor;
     int mError = 0;
     bool mGone = false;

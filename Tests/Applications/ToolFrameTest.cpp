@@ -38,9 +38,10 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"folders"_s, u"free"_s,    u"ls"_s,         u"mkdir"_s, u"mv"_s,
-                               u"path"_s,    u"restore"_s, u"rm"_s,         u"stat"_s,  u"trash"_s,
-                               u"trashed"_s, u"unique"_s,  u"completion"_s, u"help"_s,  u"manual"_s};
+const QStringList kCommands = {u"folders"_s, u"free"_s,       u"ls"_s,      u"mkdir"_s,
+                               u"mv"_s,      u"path"_s,       u"restore"_s, u"rm"_s,
+                               u"stat"_s,    u"trash"_s,      u"trashed"_s, u"unique"_s,
+                               u"volumes"_s, u"completion"_s, u"help"_s,    u"manual"_s};
 
 } // namespace
 
@@ -101,6 +102,8 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("unique") << u"unique"_s
                             << common + QStringList{u"--folder"_s, u"--word WORD"_s, u"--json"_s};
     QTest::newRow("path") << u"path"_s << common + QStringList{u"--folder"_s, u"--file"_s, u"--json"_s};
+    QTest::newRow("volumes") << u"volumes"_s
+                             << common + QStringList{u"-w, --watch"_s, u"--bytes"_s, u"--json"_s};
     QTest::newRow("completion") << u"completion"_s << common;
     QTest::newRow("help") << u"help"_s << common;
     QTest::newRow("manual") << u"manual"_s << common;
