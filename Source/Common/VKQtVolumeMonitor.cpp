@@ -1,4 +1,4 @@
-// The kernel's notification, through the event loop, to a new look at the list.
+// The system's notification, through the event loop, to a new look at the list.
 #include "VKQtVolumeMonitor.h"
 
 #include "VKQtPathUtils.h"
@@ -37,9 +37,8 @@ QList<VKQtPath> missingIn(const QList<VKQtPath>& list, const QList<VKQtPath>& vo
 VKQtVolumeMonitor::VKQtVolumeMonitor(QObject* parent) : QObject(parent), mState(std::make_unique<State>()) {
     // First the watch, then the list: a change between the two is told twice rather than never.
     if (mState->watch.open() == kVKStatusSuccess) {
-        // The kernel reports a change as an exceptional condition of the open mount table.
         mState->notifier =
-            std::make_unique<QSocketNotifier>(mState->watch.descriptor(), QSocketNotifier::Exception);
+            std::make_unique<QSocketNotifier>(mState->watch.descriptor(), QSocketNotifier::Read);
         connect(mState->notifier.get(), &QSocketNotifier::activated, this, &VKQtVolumeMonitor::lookAgain);
     }
     mState->volumes = VKQtPathUtils::getVolumes();
@@ -52,6 +51,7 @@ bool VKQtVolumeMonitor::isWatching() const { return mState->notifier != nullptr;
 const QList<VKQtPath>& VKQtVolumeMonitor::volumes() const { return mState->volumes; }
 
 void VKQtVolumeMonitor::lookAgain() {
+    mState->watch.acknowledge();
     const QList<VKQtPath> before = mState->volumes;
     const QList<VKQtPath> now = VKQtPathUtils::getVolumes();
     if (std::equal(before.begin(), before.end(), now.begin(), now.end(), &isSame)) {

@@ -9,8 +9,8 @@
 
 #include <memory>
 
-/// Watches VKQtPathUtils::getVolumes(). Driven by the kernel's own notification of mounts: between two of them
-/// nothing runs and nothing is read.
+/// Watches VKQtPathUtils::getVolumes(). Driven by the system's own notifications of mounts: between two of
+/// them nothing runs and nothing is read.
 ///
 /// Lives in one thread, whose event loop delivers the changes; several monitors may exist. A change is looked up in
 /// the mount table alone, so a dead server does not delay it. What came and went again between two turns of the

@@ -1,6 +1,7 @@
-// Questions to file systems and services that may never answer, each asked on a thread of its own and waited
-// for no longer than kPatience. A dead server keeps one thread, however often it is asked: while a question is
-// open, asking the same again starts nothing, and gets no answer at once when the first has had its time.
+// Questions to services that may never answer, each asked on a thread of its own and waited for no longer than
+// kPatience. A dead service keeps one thread, however often it is asked: while a question is open, asking the same
+// again starts nothing, and gets no answer at once when the first has had its time. Not for file systems: a thread
+// inside the kernel that waits for a dead one keeps the program from ending (see ServedSpace.h).
 #pragma once
 
 #include <QByteArray>

@@ -56,8 +56,8 @@ struct MountEntry {
 [[nodiscard]] bool isServed(const MountEntry& mount);
 
 /// The entry of the file system that holds the item; a link is followed. Nothing when the item cannot be
-/// looked up or its mount is not listed. On a served file system the look-up takes half a second at most, and
-/// the text of the path decides when no answer has come.
+/// looked up or its mount is not listed. Below the place of a served file system the text of the path decides and
+/// nothing is looked up, because its server may be dead; a mount point is found by its text as well.
 [[nodiscard]] std::optional<MountEntry> mountHolding(const std::vector<MountEntry>& mounts,
                                                      const QByteArray& path);
 

@@ -1,7 +1,10 @@
-// The kernel's own word that the mount table has changed. Nothing is read again and again.
+// The system's own word that something was mounted or unmounted, or that the mount program has noted options of a
+// user for it, which it does a moment after. Nothing is read again and again. One thread at a time.
 #pragma once
 
-#include "Platform/FileDescriptor.h"
+#include <memory>
+
+struct libmnt_monitor;
 
 namespace VKPlatform {
 
@@ -12,15 +15,23 @@ public:
     /// Starts to watch the mounts that this process sees. 0, or errno.
     [[nodiscard]] int open();
 
-    /// The descriptor that poll() reports POLLPRI for, once for all changes since it was asked last; a select
-    /// loop sees an exception. -1 before open(). Stays the watcher's own.
-    [[nodiscard]] int descriptor() const noexcept { return mTable.get(); }
+    /// The descriptor that becomes readable after a change and stays so until acknowledge(). -1 before open().
+    /// Stays the watcher's own; nothing is to be read from it.
+    [[nodiscard]] int descriptor() const noexcept { return mDescriptor; }
 
-    /// Whether something has changed since the last time; waits up to so many milliseconds, -1 for ever.
+    /// Takes note of all changes so far. To be called before the mount table is read again.
+    void acknowledge() const;
+
+    /// Waits for a change, so many milliseconds at most, -1 for ever, and acknowledges it. Whether there was one.
     [[nodiscard]] bool wait(int milliseconds) const;
 
 private:
-    FileDescriptor mTable;
+    struct Unreference {
+        void operator()(libmnt_monitor* monitor) const;
+    };
+
+    std::unique_ptr<libmnt_monitor, Unreference> mMonitor;
+    int mDescriptor = -1;
 };
 
 } // namespace VKPlatform

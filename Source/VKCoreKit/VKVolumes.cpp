@@ -297,3 +297,9 @@ VKStatus VKVolumeWatch::open() {
 int VKVolumeWatch::descriptor() const noexcept {
     return mState == nullptr ? -1 : mState->watcher.descriptor();
 }
+
+void VKVolumeWatch::acknowledge() {
+    if (mState != nullptr) {
+        mState->watcher.acknowledge();
+    }
+}

@@ -63,7 +63,8 @@ struct VKVolumeIdentity {
 
 /// The identity of the volume that holds the item, which need not be its root. 1005 for null pointers, 1002
 /// when the URL names no file, 2 when there is no such item or its volume cannot be told. `*identity` changes
-/// only on success.
+/// only on success. Below the root of a network volume nothing is looked up: the path's text decides, whether
+/// or not the item exists.
 VKCORE_EXPORT VKStatus VKVolumeGetIdentity(CFURLRef url, VKVolumeIdentity* identity);
 
 /// The content of the marker file ".browse" in a volume's root: its first 255 bytes, up to the first zero byte.
@@ -90,10 +91,8 @@ using VKVolumeUnmountObserver = void (*)(VKStatus status, void* context);
 /// ends before `done` is called may take the request along.
 VKCORE_EXPORT VKStatus VKVolumeUnmount(CFURLRef url, VKVolumeUnmountObserver done, void* context);
 
-/// Tells when something was mounted or unmounted. One thread at a time.
-///
-/// The descriptor is for poll() (POLLPRI) or a QSocketNotifier of type Exception; it fires once for all changes
-/// since it fired last, also for mounts that are no volumes. Nothing has to be read from it.
+/// Tells when something was mounted or unmounted, also what is no volume. Driven by the system's notifications. One
+/// thread at a time.
 class VKCORE_EXPORT VKVolumeWatch {
 public:
     VKVolumeWatch() noexcept;
@@ -104,8 +103,12 @@ public:
     /// Starts to watch: 0, or the errno.
     [[nodiscard]] VKStatus open();
 
-    /// -1 before open(). It stays the watch's own.
+    /// A descriptor for poll() or a QSocketNotifier of type Read: readable after a change until acknowledge().
+    /// Nothing is to be read from it, and it stays the watch's own. -1 before open().
     [[nodiscard]] int descriptor() const noexcept;
+
+    /// Takes note of all changes so far. Call it before the list is asked for again, so that none is missed.
+    void acknowledge();
 
 private:
     struct State;

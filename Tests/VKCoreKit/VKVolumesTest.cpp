@@ -374,16 +374,19 @@ void VKVolumesTest::watching() {
     QCOMPARE(watch.descriptor(), -1);
     QCOMPARE(watch.open(), VKStatus(0));
     const auto fires = [&](int milliseconds) {
-        pollfd descriptor = {watch.descriptor(), POLLPRI, 0};
+        pollfd descriptor = {watch.descriptor(), POLLIN, 0};
         return ::poll(&descriptor, 1, milliseconds) == 1;
     };
     const QByteArray folder = newFolder();
-    while (fires(0)) {
-    }
+    watch.acknowledge();
+    QVERIFY(!fires(0));
     {
         const Disk::TemporaryFileSystem mounted(folder, "size=1m");
         QVERIFY(mounted.isMounted());
         QVERIFY(fires(30000));
+        QVERIFY(fires(0));
+        watch.acknowledge();
+        QVERIFY(!fires(0));
     }
     QVERIFY(fires(30000));
 }

@@ -1,9 +1,9 @@
 // The mount table through libmount, which knows the escapes and adds the user's options.
 #include "Platform/MountTable.h"
 
-#include "Platform/BoundedQuestion.h"
 #include "Platform/MountFacts.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -92,17 +92,14 @@ void addOptionsOfFstab(std::vector<MountEntry>& mounts) {
     }
 }
 
-struct Lookup {
-    bool found = false;
-    std::uint64_t mountId = 0;
-};
-
-Lookup lookUp(const QByteArray& path) {
+std::optional<std::uint64_t> mountIdOf(const QByteArray& path) {
     struct statx record;
-    const bool found = ::statx(AT_FDCWD, path.constData(), AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, STATX_MNT_ID,
-                               &record) == 0 &&
-                       (record.stx_mask & STATX_MNT_ID) != 0;
-    return {found, found ? record.stx_mnt_id : 0};
+    if (::statx(AT_FDCWD, path.constData(), AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, STATX_MNT_ID, &record) !=
+            0 ||
+        (record.stx_mask & STATX_MNT_ID) == 0) {
+        return std::nullopt;
+    }
+    return record.stx_mnt_id;
 }
 
 /// The mount whose place is the longest beginning of the path.
@@ -115,11 +112,6 @@ const MountEntry* mountByText(const std::vector<MountEntry>& mounts, QByteArray 
         path = slash > 0 ? path.first(slash) : QByteArray(path.size() > 1 && slash == 0 ? "/" : "");
     }
     return nullptr;
-}
-
-BoundedQuestions<Lookup>& lookups() {
-    static auto& sQuestions = *new BoundedQuestions<Lookup>;
-    return sQuestions;
 }
 
 } // namespace
@@ -154,33 +146,15 @@ int mountedFileSystems(std::vector<MountEntry>& mounts) {
 }
 
 std::optional<MountEntry> mountHolding(const std::vector<MountEntry>& mounts, const QByteArray& path) {
-    const auto copyOf = [](const MountEntry* mount) {
-        return mount == nullptr ? std::nullopt : std::optional<MountEntry>(*mount);
-    };
     const MountEntry* byText = mountByText(mounts, path);
-    if (byText != nullptr && byText->place == path) {
+    if (byText != nullptr && (byText->place == path || isServed(*byText))) {
         return *byText;
     }
-    Lookup answer;
-    if (byText != nullptr && isServed(*byText)) {
-        const auto asked = lookups().ask(path, [path] { return lookUp(path); });
-        const std::optional<Lookup> inTime = BoundedQuestions<Lookup>::wait(asked);
-        if (!inTime) {
-            return *byText;
-        }
-        answer = *inTime;
-    } else {
-        answer = lookUp(path);
-    }
-    if (!answer.found) {
-        return std::nullopt;
-    }
-    for (const MountEntry& mount : mounts) {
-        if (mount.id >= 0 && static_cast<std::uint64_t>(mount.id) == answer.mountId) {
-            return mount;
-        }
-    }
-    return copyOf(nullptr);
+    const std::optional<std::uint64_t> id = mountIdOf(path);
+    const auto found = std::find_if(mounts.begin(), mounts.end(), [&](const MountEntry& mount) {
+        return id && mount.id >= 0 && static_cast<std::uint64_t>(mount.id) == *id;
+    });
+    return found == mounts.end() ? std::nullopt : std::optional<MountEntry>(*found);
 }
 
 } // namespace VKPlatform

@@ -1,21 +1,46 @@
-// poll() on the mount table: the kernel counts the changes and reports them to each open file once.
+// libmount's monitor: the kernel's notification of the mount table, and inotify for what the mount program notes.
 #include "Platform/MountWatcher.h"
 
 #include <cerrno>
-#include <fcntl.h>
+#include <libmount.h>
 #include <poll.h>
 
 namespace VKPlatform {
 
+void MountWatcher::Unreference::operator()(libmnt_monitor* monitor) const { mnt_unref_monitor(monitor); }
+
 int MountWatcher::open() {
-    mTable = FileDescriptor(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
-    return mTable.isOpen() ? 0 : errno;
+    mMonitor.reset(mnt_new_monitor());
+    mDescriptor = -1;
+    if (mMonitor == nullptr) {
+        return ENOMEM;
+    }
+    if (const int error = mnt_monitor_enable_kernel(mMonitor.get(), 1); error < 0) {
+        return -error;
+    }
+    // Without the notes of the mount program the kernel's word alone has to do.
+    static_cast<void>(mnt_monitor_enable_userspace(mMonitor.get(), 1, nullptr));
+    const int descriptor = mnt_monitor_get_fd(mMonitor.get());
+    if (descriptor < 0) {
+        return -descriptor;
+    }
+    mDescriptor = descriptor;
+    return 0;
+}
+
+void MountWatcher::acknowledge() const {
+    if (mDescriptor >= 0) {
+        static_cast<void>(mnt_monitor_event_cleanup(mMonitor.get()));
+    }
 }
 
 bool MountWatcher::wait(int milliseconds) const {
-    pollfd table = {mTable.get(), POLLPRI, 0};
-    return mTable.isOpen() && ::poll(&table, 1, milliseconds) > 0 &&
-           (table.revents & (POLLPRI | POLLERR)) != 0;
+    pollfd changes = {mDescriptor, POLLIN, 0};
+    if (mDescriptor < 0 || ::poll(&changes, 1, milliseconds) <= 0) {
+        return false;
+    }
+    acknowledge();
+    return true;
 }
 
 } // namespace VKPlatform

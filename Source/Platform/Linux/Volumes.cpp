@@ -1,8 +1,8 @@
-// Volumes of this machine: the mount table through the rules, and statvfs for each, on a thread of its own
-// where another program has to answer.
+// Volumes of this machine: the mount table through the rules, and statvfs for each that no other program has to
+// answer for.
 #include "Platform/Volumes.h"
 
-#include "Platform/BoundedQuestion.h"
+#include "Platform/ServedSpace.h"
 
 #include <QStringBuilder>
 #include <QtGlobal>
@@ -16,49 +16,30 @@ namespace VKPlatform {
 
 namespace {
 
-/// What the file system of a served volume says when nobody serves it any more.
-bool meansGone(int error) {
-    switch (error) {
-    case ENOTCONN:
-    case ESTALE:
-    case EIO:
-    case ENODEV:
-    case ENXIO:
-    case ETIMEDOUT:
-    case EHOSTDOWN:
-    case EHOSTUNREACH:
-    case ENETUNREACH:
-    case ECONNABORTED:
-    case ECONNREFUSED:
-    case ECONNRESET:
-    case ENOENT:
-        return true;
-    default:
-        return false;
-    }
-}
-
 VolumeFacts askFileSystem(const QByteArray& place) {
     struct statvfs record;
     if (::statvfs(place.constData(), &record) != 0) {
-        return {!meansGone(errno), std::nullopt};
-    }
-    // A volume without any room is one that does not tell: user-space file systems answer so to users that they
-    // are not for.
-    if (record.f_blocks == 0) {
-        return {true, std::nullopt};
+        // A device that was pulled out.
+        return {errno != EIO && errno != ENXIO && errno != ENODEV, std::nullopt};
     }
     const std::uint64_t block = record.f_frsize;
     return {true, VolumeSpace{record.f_blocks * block, record.f_bavail * block}};
 }
 
-BoundedQuestions<VolumeFacts>& questions() {
-    static auto& sQuestions = *new BoundedQuestions<VolumeFacts>;
-    return sQuestions;
+/// Another mount at the same place is another server.
+ServedPlace servedPlace(const MountEntry& mount) {
+    return {QByteArray::number(mount.id) + ' ' + mount.place, mount.place};
 }
 
-/// One question for each mount: another mount at the same place is another server.
-QByteArray keyOf(const MountEntry& mount) { return QByteArray::number(mount.id) + ' ' + mount.place; }
+VolumeFacts factsOf(const ServedSpace& answer) {
+    if (answer.state == ServerState::Silent) {
+        return {};
+    }
+    // A volume without any room is one that does not tell: user-space file systems answer so to users that they
+    // are not for.
+    return answer.totalBytes == 0 ? VolumeFacts{true, std::nullopt}
+                                  : VolumeFacts{true, VolumeSpace{answer.totalBytes, answer.freeBytes}};
+}
 
 /// Containers mount single files (/etc/hosts); a volume is a folder. Served ones are not asked.
 bool isFolder(const MountEntry& mount) {
@@ -86,17 +67,17 @@ int mountedVolumes(std::vector<Volume>& volumes) {
 }
 
 std::vector<VolumeFacts> volumeFacts(const std::vector<Volume>& volumes) {
-    std::vector<BoundedQuestions<VolumeFacts>::Handle> asked(volumes.size());
-    for (std::size_t i = 0; i < volumes.size(); ++i) {
-        if (const MountEntry& mount = volumes[i].mount; isServed(mount)) {
-            asked[i] = questions().ask(keyOf(mount), [place = mount.place] { return askFileSystem(place); });
+    std::vector<ServedPlace> places;
+    for (const Volume& volume : volumes) {
+        if (isServed(volume.mount)) {
+            places.push_back(servedPlace(volume.mount));
         }
     }
+    const std::vector<ServedSpace> answers = askServedSpace(places);
+    auto answer = answers.begin();
     std::vector<VolumeFacts> facts;
-    for (std::size_t i = 0; i < volumes.size(); ++i) {
-        facts.push_back(isServed(volumes[i].mount)
-                            ? BoundedQuestions<VolumeFacts>::wait(asked[i]).value_or(VolumeFacts())
-                            : askFileSystem(volumes[i].mount.place));
+    for (const Volume& volume : volumes) {
+        facts.push_back(isServed(volume.mount) ? factsOf(*answer++) : askFileSystem(volume.mount.place));
     }
     return facts;
 }
