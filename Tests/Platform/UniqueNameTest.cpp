@@ -6,7 +6,10 @@
 #include "Support/LoopFileSystem.h"
 #include "Support/VKTest.h"
 
+#include <QRandomGenerator>
+
 #include <cerrno>
+#include <iterator>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -28,6 +31,7 @@ private Q_SLOTS:
     void cutting_data();
     void cutting();
     void everyLimitGivesAWholeName();
+    void lawsOnManyNames();
     void refused_data();
     void refused();
 
@@ -201,6 +205,42 @@ void UniqueNameTest::everyLimitGivesAWholeName() {
         const QString text = QString::fromUtf8(*name);
         QVERIFY(!text.contains(QChar::ReplacementCharacter));
         QVERIFY(stem.normalized(QString::NormalizationForm_C).startsWith(text.chopped(7)));
+    }
+}
+
+// Names put together at random, always the same ones, from pieces in which a rule might stumble.
+void UniqueNameTest::lawsOnManyNames() {
+    static const QString sPieces[] = {
+        u"a"_s,       u"."_s,      u" "_s,          u" copy"_s,        u"copy"_s,    u" 2"_s,
+        u"0"_s,       u"17"_s,     u".tar"_s,       u".gz"_s,          u".jpg"_s,    u"\u00E9"_s,
+        u"e\u0301"_s, u"\u0323"_s, u"\U0001F4F7"_s, u"\u200D"_s,       u"\n"_s,      u"%"_s,
+        u"\u00A0"_s,  u"\uFFFD"_s, u"999999"_s,     u"\u1100\u1161"_s, u"\u0338="_s, u"-"_s};
+    QRandomGenerator random(20261121);
+    for (int round = 0; round < 20'000; ++round) {
+        QString name;
+        for (quint32 pieces = random.bounded(1U, 9U); pieces > 0; --pieces) {
+            name += sPieces[random.bounded(static_cast<quint32>(std::size(sPieces)))];
+        }
+        name = name.normalized(QString::NormalizationForm_C);
+        const NameShape shape = random.bounded(2U) == 0 ? NameShape::File : NameShape::Folder;
+        const NameParts parts = nameParts(name, shape, kCopy);
+        QVERIFY(!parts.stem.isEmpty());
+        QCOMPARE(numberedName(parts, parts.number, kCopy, 1000).value(), name.toUtf8());
+        const QByteArray next = numberedName(parts, parts.number + 1, kCopy, 1000).value();
+        const NameParts again = nameParts(QString::fromUtf8(next), shape, kCopy);
+        if (parts.number < 999'999) {
+            QCOMPARE(again.number, parts.number + 1);
+            QCOMPARE(again.stem, parts.stem);
+            QCOMPARE(again.extension, parts.extension);
+        }
+        const auto limit = static_cast<qsizetype>(random.bounded(40U));
+        if (const auto cut = numberedName(parts, 1, kCopy, limit)) {
+            QVERIFY(cut->size() <= limit);
+            const QString text = QString::fromUtf8(*cut);
+            QCOMPARE(text.toUtf8(), *cut);
+            QCOMPARE(text.normalized(QString::NormalizationForm_C), text);
+            QVERIFY(text.endsWith(u" copy"_s + parts.extension));
+        }
     }
 }
 

@@ -27,7 +27,7 @@ std::vector<Identity> protectedFolders() {
     const auto protect = [&folders](const char* path) {
         FileDescriptor folder;
         Identity identity;
-        if (path != nullptr && openFolder(path, O_PATH, folder) == 0 &&
+        if (path != nullptr && *path == '/' && openFolder(path, O_PATH, folder) == 0 &&
             identityOf(folder, QByteArray(), identity) == 0) {
             folders.push_back(identity);
         }
