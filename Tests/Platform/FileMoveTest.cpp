@@ -1,5 +1,6 @@
 // One step inside a file system: never over anything, on every kind of file system.
 #include "Platform/FileMove.h"
+#include "Platform/Linux/TreeFlush.h"
 
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
@@ -21,6 +22,8 @@ private Q_SLOTS:
 
     void otherSpelling_data();
     void otherSpelling();
+    void flushedAsAWhole_data();
+    void flushedAsAWhole();
     void renamed_data();
     void renamed();
     void nothingIsOverwritten_data();
@@ -121,6 +124,25 @@ void FileMoveTest::otherSpelling() {
     QByteArray found;
     QCOMPARE(isOtherSpelling(from, to, {names.begin(), names.end()}, &found), !entry.isEmpty());
     QCOMPARE(found, entry);
+}
+
+void FileMoveTest::flushedAsAWhole_data() {
+    QTest::addColumn<qint64>("type");
+    QTest::addColumn<bool>("whole");
+    QTest::newRow("ext4") << qint64(0xEF53) << true;
+    QTest::newRow("xfs") << qint64(0x58465342) << true;
+    QTest::newRow("btrfs") << qint64(0x9123683E) << true;
+    QTest::newRow("in memory") << qint64(0x01021994) << true;
+    QTest::newRow("in user space") << qint64(0x65735546) << false;
+    QTest::newRow("NFS") << qint64(0x6969) << false;
+    QTest::newRow("SMB") << qint64(0xFE534D42) << false;
+    QTest::newRow("overlay") << qint64(0x794C7630) << false;
+    QTest::newRow("none") << qint64(0) << false;
+}
+
+void FileMoveTest::flushedAsAWhole() {
+    QFETCH(qint64, type);
+    QTEST(flushesAsAWhole(type), "whole");
 }
 
 void FileMoveTest::renamed_data() {

@@ -6,6 +6,7 @@
 #include "Platform/Linux/MovedTree.h"
 #include "Platform/Linux/Rename.h"
 #include "Platform/Linux/TreeEntries.h"
+#include "Platform/Linux/TreeFlush.h"
 #include "Platform/TreeCopy.h"
 
 #include <QRandomGenerator>
@@ -24,7 +25,6 @@ constexpr int kNameTries = 100;
 constexpr qsizetype kNameLimit = 255;
 /// For file systems that take less than most (encrypting ones).
 constexpr qsizetype kShortNameLimit = 100;
-constexpr CopyRules kReplacingSource = {CopyFlush::ToDisk, CopyOwner::Keep};
 
 /// A path that leads to the place through its open folder, for functions that take paths.
 QByteArray pathOf(const Place& place) {
@@ -60,7 +60,7 @@ int moveFileAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
     ItemStamp before;
     int error = stampOf(from.folder, from.name, before);
     if (error == 0) {
-        error = copyFile(pathOf(from), pathOf(to), kReplacingSource, watcher);
+        error = copyFile(pathOf(from), pathOf(to), {CopyFlush::ToDisk, CopyOwner::Keep}, watcher);
     }
     if (error != 0) {
         return error;
@@ -79,26 +79,6 @@ int moveFileAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
     return error;
 }
 
-/// Copies the tree to a name of its own beside the target: `copy` is its place then.
-int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& copy) {
-    copy.folder = FileDescriptor(::openat(to.folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!copy.folder.isOpen()) {
-        return errno;
-    }
-    qsizetype limit = kNameLimit;
-    int error = EEXIST;
-    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
-        const QByteArray suffix = QByteArray::number(QRandomGenerator::system()->bounded(0x7fffffff), 36);
-        copy.name = temporaryFileName(to.name, suffix.rightJustified(6, '0'), limit);
-        error = copyTree(pathOf(from), pathOf(copy), kReplacingSource, watcher);
-        if (error == ENAMETOOLONG && limit != kShortNameLimit) {
-            limit = kShortNameLimit;
-            error = EEXIST;
-        }
-    }
-    return error;
-}
-
 /// Memory that runs out is a failure like any other: what was made is removed after it.
 template <typename Step>
 int guarded(Step step) {
@@ -112,6 +92,35 @@ int guarded(Step step) {
 /// The first failure is the one to tell.
 void removeCopy(const Place& place) {
     (void)guarded([&] { return deleteTree(place); });
+}
+
+/// Copies the tree to a name of its own beside the target: `copy` is its place then.
+int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& copy) {
+    copy.folder = FileDescriptor(::openat(to.folder.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!copy.folder.isOpen()) {
+        return errno;
+    }
+    TreeFlush flush(watcher);
+    const CopyRules rules = {flush.begin(copy.folder) ? CopyFlush::Leave : CopyFlush::ToDisk,
+                             CopyOwner::Keep};
+    qsizetype limit = kNameLimit;
+    int error = EEXIST;
+    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
+        const QByteArray suffix = QByteArray::number(QRandomGenerator::system()->bounded(0x7fffffff), 36);
+        copy.name = temporaryFileName(to.name, suffix.rightJustified(6, '0'), limit);
+        error = copyTree(pathOf(from), pathOf(copy), rules, &flush);
+        if (error == ENAMETOOLONG && limit != kShortNameLimit) {
+            limit = kShortNameLimit;
+            error = EEXIST;
+        }
+    }
+    if (error == 0) {
+        error = flush.flush();
+        if (error != 0) {
+            removeCopy(copy);
+        }
+    }
+    return error;
 }
 
 int moveTreeAcross(const Place& from, const Place& to, CopyWatcher* watcher) {
