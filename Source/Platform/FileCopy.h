@@ -37,7 +37,7 @@ public:
     CopyWatcher& operator=(const CopyWatcher&) = delete;
     virtual ~CopyWatcher() = default;
 
-    /// So much more of the content was copied. Called several times in 100 ms while bytes move at 1 MB/s or
+    /// So much more of the content, holes included, is in the copy. Called several times in 100 ms while bytes move at 1 MB/s or
     /// more; for each file at least once, if with 0. Anything but 0 ends the copy with that error.
     [[nodiscard]] virtual int copied(std::uint64_t bytes) = 0;
 };

@@ -100,15 +100,19 @@ int ContentCopier::copyExtents(Job& job, CopyMethod& remembered) {
         if (begin >= job.size) {
             break;
         }
+        // A hole is content that is there already.
+        if (const int error = begin > done ? tell(job.watcher, begin - done) : 0; error != 0) {
+            return error;
+        }
         if (const int error = copyRange(job, begin, end, remembered); error != 0) {
             return error;
         }
         done = end;
     }
-    if (done < job.size && !job.atEnd && ::ftruncate(job.to, job.size) != 0) {
-        return errno;
+    if (done >= job.size || job.atEnd) {
+        return 0;
     }
-    return 0;
+    return ::ftruncate(job.to, job.size) == 0 ? tell(job.watcher, job.size - done) : errno;
 }
 
 int ContentCopier::copyRange(Job& job, std::int64_t begin, std::int64_t end, CopyMethod& remembered) {

@@ -1,0 +1,255 @@
+// vkqt cp: copies a file or a folder, with a bar while it lasts; Ctrl-C ends it and leaves nothing.
+#include "CommandLine.h"
+#include "Items.h"
+#include "ProgressBar.h"
+#include "Text.h"
+
+#include <CoreFoundation/CFQt.h>
+#include <VKCoreKit/VKCoreKit.h>
+#include <VKQtPathUtils.h>
+
+#include <QElapsedTimer>
+#include <QJsonObject>
+
+#include <csignal>
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace VKTool;
+namespace fs = std::filesystem;
+
+struct Release {
+    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
+};
+
+/// What the signal handler cancels. Set while a copy runs.
+VKProgress* gRunning = nullptr;
+
+/// Ctrl-C and an orderly end cancel the copy, once: a second one ends the tool at once.
+class CancelledBySignals {
+public:
+    explicit CancelledBySignals(VKProgress* progress) {
+        gRunning = progress;
+        struct sigaction action = {};
+        action.sa_handler = [](int) { VKProgressSetCancel(gRunning, true); };
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        install(SIGINT, action, mInterrupt);
+        install(SIGTERM, action, mTerminate);
+    }
+    CancelledBySignals(const CancelledBySignals&) = delete;
+    CancelledBySignals& operator=(const CancelledBySignals&) = delete;
+    ~CancelledBySignals() {
+        sigaction(SIGINT, &mInterrupt, nullptr);
+        sigaction(SIGTERM, &mTerminate, nullptr);
+        gRunning = nullptr;
+    }
+
+private:
+    /// What was started to ignore a signal goes on ignoring it.
+    static void install(int signal, const struct sigaction& action, struct sigaction& before) {
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+            sigaction(signal, &action, nullptr);
+        }
+    }
+
+    struct sigaction mInterrupt = {};
+    struct sigaction mTerminate = {};
+};
+
+/// One copy and what is known about it.
+class Copying {
+public:
+    explicit Copying(bool wantsBar) : mProgress(VKProgressCreate(&Copying::observe, this)), mBar(wantsBar) {
+        VKProgressSetByteObserver(mProgress.get(), &Copying::observeBytes, this);
+    }
+
+    [[nodiscard]] VKStatus run(VKQtPath& from, VKQtPath& to) {
+        const CancelledBySignals cancelled(mProgress.get());
+        const VKStatus status =
+            from.isFolder() ? VKQtPathUtils::copyRecursive(from, to, mProgress.get()) : copyFile(from, to);
+        mBar.clear();
+        return status;
+    }
+
+    int folders = 0;
+    int files = 0;
+    std::uint64_t bytes = 0;
+
+private:
+    VKStatus copyFile(const VKQtPath& from, const VKQtPath& to) {
+        const auto fromUrl = VKCFRef<CFURLRef>::adopt(from.createCFUrl());
+        const auto toUrl = VKCFRef<CFURLRef>::adopt(to.createCFUrl());
+        const VKStatus status = VKFileMgrCopyFileWithProgress(fromUrl.get(), toUrl.get(), mProgress.get());
+        files = status == kVKStatusSuccess ? 1 : 0;
+        return status;
+    }
+
+    static void observe(const VKProgressState& state, void* context) {
+        constexpr int kFolderStage = 1;
+        constexpr int kFileStage = 2;
+        auto* const self = static_cast<Copying*>(context);
+        if (state.stage == kFolderStage) {
+            self->folders = state.step + 1;
+        } else if (state.stage == kFileStage) {
+            self->files = state.step + 1;
+        }
+    }
+    static void observeBytes(const VKProgressBytes& now, void* context) {
+        auto* const self = static_cast<Copying*>(context);
+        self->bytes = now.done;
+        self->mBar.show(now.done, now.total);
+    }
+
+    std::unique_ptr<VKProgress, Release> mProgress;
+    ProgressBar mBar;
+};
+
+/// Whether `item` is `folder` or lies in it, links resolved; neither needs to exist.
+bool isWithin(const QByteArray& item, const QByteArray& folder) {
+    std::error_code error;
+    fs::path at = fs::weakly_canonical(item.toStdString(), error);
+    for (; !error && !at.empty(); at = at.parent_path()) {
+        std::error_code notThere;
+        if (fs::equivalent(at, folder.toStdString(), notThere)) {
+            return true;
+        }
+        if (at == at.parent_path()) {
+            break;
+        }
+    }
+    return false;
+}
+
+/// Why a copy would surprise; empty when it would not. The library does as it is told: it cleans up by deleting
+/// the destination, whatever that was before.
+QString refusal(const VKQtPath& from, const VKQtPath& to) {
+    const QByteArray source = bytesOnDisk(from);
+    const QByteArray target = bytesOnDisk(to);
+    // Paths are compared without case, also where the disk keeps cases apart: so does the library.
+    if (from.isFolder() && (from == to || isWithin(target, source))) {
+        return u"the destination is the source or lies inside it"_s;
+    }
+    if (isWithin(source, target)) {
+        return u"the source is the destination or lies inside it"_s;
+    }
+    return QString();
+}
+
+QJsonObject toJson(const VKQtPath& from, const VKQtPath& to, const Copying& copying, VKStatus status) {
+    return {
+        {u"from"_s, from.path()},
+        {u"to"_s, to.path()},
+        {u"folder"_s, from.isFolder()},
+        {u"copied"_s, status == kVKStatusSuccess},
+        {u"folders"_s, copying.folders},
+        {u"files"_s, copying.files},
+        {u"bytes"_s, static_cast<qint64>(copying.bytes)},
+        {u"reason"_s,
+         status == kVKStatusSuccess ? QJsonValue(QJsonValue::Null) : QJsonValue(reasonOf(status))},
+    };
+}
+
+QString sentence(const VKQtPath& to, const Copying& copying, qint64 milliseconds) {
+    return counted(copying.files, u"file"_s, u"files"_s) + u", "_s +
+           humanSize(static_cast<qint64>(copying.bytes)) + u", to "_s + shown(to.path()) + u" in "_s +
+           QString::number(static_cast<double>(milliseconds) / 1000, 'f', 1) + u" s\n"_s;
+}
+
+void writeResult(Invocation& invocation, const VKQtPath& from, const VKQtPath& to, const Copying& copying,
+                 VKStatus status, qint64 milliseconds) {
+    if (invocation.isOn(u"json"_s)) {
+        Output& output = invocation.output();
+        output.writeBytes(jsonArrayStart());
+        output.writeBytes(jsonArrayItem(toJson(from, to, copying, status), true));
+        output.writeBytes(jsonArrayEnd(false));
+    } else if (status == kVKStatusSuccess) {
+        invocation.output().write(sentence(to, copying, milliseconds));
+    }
+    if (status == kVKStatusCancelled) {
+        complain(u" cp: cancelled; nothing is left of the copy"_s);
+    }
+}
+
+int run(Invocation& invocation) {
+    const QString fromText = absoluteText(invocation.arguments().at(0), workingFolder());
+    const QString toText = absoluteText(invocation.arguments().at(1), workingFolder());
+    const ItemFacts source = askDisk(fromText);
+    if (source.status != kVKStatusSuccess) {
+        invocation.fail(fromText, source.status);
+        return invocation.exitStatus();
+    }
+    // A link is copied as a link, also one to a folder.
+    const bool isFolder = source.isFolder && !source.isLink;
+    VKQtPath from(fromText, isFolder);
+    VKQtPath to(toText, isFolder);
+    if (const QString reason = refusal(from, to); !reason.isEmpty()) {
+        return invocation.usageError(reason);
+    }
+    const ItemFacts target = askDisk(toText);
+    const bool mayMerge = invocation.isOn(u"merge"_s) && isFolder && target.isFolder && !target.isLink;
+    if (target.status == kVKStatusSuccess && !mayMerge) {
+        constexpr VKStatus kExists = 17;
+        invocation.fail(toText, kExists);
+        return invocation.exitStatus();
+    }
+    Copying copying(invocation.isOn(u"progress"_s));
+    QElapsedTimer timer;
+    timer.start();
+    const VKStatus status = copying.run(from, to);
+    writeResult(invocation, from, to, copying, status, timer.elapsed());
+    if (status == kVKStatusCancelled) {
+        return kExitFailed;
+    }
+    if (status != kVKStatusSuccess) {
+        invocation.fail(toText, status);
+    }
+    return invocation.exitStatus();
+}
+
+const Registration kRegistration({
+    .name = u"cp"_s,
+    .summary = u"copy a file or a folder with everything in it"_s,
+    .description =
+        u"Copies FROM to TO, which must not exist. Content, times, modes, access lists and attributes are "
+        u"kept; links are copied as links. Of a folder's tree hidden entries, fifos, sockets and devices are "
+        u"left out.\n\n"
+        u"While it copies, a bar on a terminal shows how far it has come. Ctrl-C ends the copy. A copy that "
+        u"ends early leaves nothing behind.\n\n"
+        u"A copy of something onto itself, of a folder into itself, and over something that exists, is "
+        u"refused."_s,
+    .arguments = {{.name = u"FROM"_s, .takes = Takes::Path}, {.name = u"TO"_s, .takes = Takes::Path}},
+    .options =
+        {
+            {.name = u"merge"_s,
+             .help =
+                 u"Copy a folder's content into a folder TO that exists. No file in it is overwritten, but "
+                 u"a copy that fails or is cancelled deletes TO with everything in it."_s},
+            {.name = u"progress"_s,
+             .form = OptionSpec::OnOff,
+             .initially = true,
+             .help = u"Show the bar on standard error when that is a terminal."_s},
+            {.name = u"json"_s, .help = u"Write what was done as a JSON array with one object."_s},
+        },
+    .examples =
+        {
+            {u"vkqt cp ~/Pictures/2026 /media/backup/2026"_s, u"Copy a year of photos to another disk."_s},
+            {u"vkqt cp --json IMG_1.NEF \"IMG_1 copy.NEF\""_s, u"Copy one file, for a script."_s},
+        },
+    .jsonKeys =
+        {
+            {u"from"_s, u"the path of the source"_s},
+            {u"to"_s, u"the path of the copy"_s},
+            {u"folder"_s, u"whether it is a folder"_s},
+            {u"copied"_s, u"whether the copy is there, whole"_s},
+            {u"folders"_s, u"how many folders were made inside it"_s},
+            {u"files"_s, u"how many files and links were copied"_s},
+            {u"bytes"_s, u"how many bytes of content were copied"_s},
+            {u"reason"_s, u"why there is no copy, or null"_s},
+        },
+    .run = &run,
+});
+
+} // namespace
