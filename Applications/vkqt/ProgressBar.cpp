@@ -79,7 +79,8 @@ ProgressBar::ProgressBar(bool wanted) : mActive(wanted && ::isatty(STDERR_FILENO
 
 void ProgressBar::show(std::uint64_t doneBytes, std::uint64_t totalBytes) {
     const Clock::time_point now = Clock::now();
-    if (!mActive || (mShown && now - mLast < kPause)) {
+    const bool isComplete = totalBytes > 0 && doneBytes >= totalBytes;
+    if (!mActive || (mShown && !isComplete && now - mLast < kPause)) {
         return;
     }
     mShown = true;

@@ -165,7 +165,7 @@ void ToolCopyTest::json() {
                                   {u"folders"_s, 1},
                                   {u"files"_s, 3},
                                   {u"bytes"_s, 4000},
-                                  {u"reason"_s, QJsonValue::Null}};
+                                  {u"error"_s, QJsonValue::Null}};
     QCOMPARE(array, QJsonArray{expected});
 }
 
@@ -178,7 +178,7 @@ void ToolCopyTest::jsonOfAFailure() {
     QVERIFY(ok);
     QCOMPARE(object.value(u"copied"_s), QJsonValue(false));
     QCOMPARE(object.value(u"files"_s), QJsonValue(0));
-    QCOMPARE(object.value(u"reason"_s), QJsonValue(u"no such file or folder"_s));
+    QCOMPARE(object.value(u"error"_s), QJsonValue(u"no such file or folder"_s));
 }
 
 void ToolCopyTest::everyDocumentedKey() {
@@ -236,7 +236,9 @@ void ToolCopyTest::cancelled() {
                                  "kill -TERM $pid; wait $pid"_s,
                                  mFolder);
     QCOMPARE(run.status, 1);
-    QCOMPARE(run.err, QByteArray("vkqt cp: cancelled; nothing is left of the copy\n"));
+    QCOMPARE(run.err, QByteArray("vkqt cp: " + at("copy") +
+                                 ": cancelled or not applicable\n"
+                                 "vkqt cp: nothing is left of the copy\n"));
     QCOMPARE(Disk::namesIn(mFolder.toUtf8()), QByteArrayList{"album"});
     QCOMPARE(Disk::namesIn(at("album")).size(), 6000);
 }

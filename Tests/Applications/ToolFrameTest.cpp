@@ -38,10 +38,10 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"folders"_s, u"free"_s,       u"ls"_s,      u"mkdir"_s,
-                               u"mv"_s,      u"path"_s,       u"restore"_s, u"rm"_s,
-                               u"stat"_s,    u"trash"_s,      u"trashed"_s, u"unique"_s,
-                               u"volumes"_s, u"completion"_s, u"help"_s,    u"manual"_s};
+const QStringList kCommands = {u"cp"_s,    u"folders"_s, u"free"_s,    u"ls"_s,      u"mkdir"_s,
+                               u"mv"_s,    u"path"_s,    u"restore"_s, u"rm"_s,      u"stat"_s,
+                               u"trash"_s, u"trashed"_s, u"unique"_s,  u"volumes"_s, u"completion"_s,
+                               u"help"_s,  u"manual"_s};
 
 } // namespace
 
@@ -90,6 +90,7 @@ void ToolFrameTest::commandHelp_data() {
                                                 u"-r, --reverse"_s,   u"--bytes"_s,         u"--created"_s,
                                                 u"--names"_s,         u"--paths"_s,         u"-0, --null"_s,
                                                 u"--json"_s};
+    QTest::newRow("cp") << u"cp"_s << common + QStringList{u"--merge"_s, u"--[no-]progress"_s, u"--json"_s};
     QTest::newRow("folders") << u"folders"_s << common + QStringList(u"--json"_s);
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);

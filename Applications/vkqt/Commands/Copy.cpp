@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Items.h"
 #include "ProgressBar.h"
+#include "Results.h"
 #include "Text.h"
 
 #include <CoreFoundation/CFQt.h>
@@ -11,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QJsonObject>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <memory>
@@ -138,38 +140,23 @@ QString refusal(const VKQtPath& from, const VKQtPath& to) {
     return QString();
 }
 
-QJsonObject toJson(const VKQtPath& from, const VKQtPath& to, const Copying& copying, VKStatus status) {
-    return {
-        {u"from"_s, from.path()},
-        {u"to"_s, to.path()},
-        {u"folder"_s, from.isFolder()},
-        {u"copied"_s, status == kVKStatusSuccess},
-        {u"folders"_s, copying.folders},
-        {u"files"_s, copying.files},
-        {u"bytes"_s, static_cast<qint64>(copying.bytes)},
-        {u"reason"_s,
-         status == kVKStatusSuccess ? QJsonValue(QJsonValue::Null) : QJsonValue(reasonOf(status))},
-    };
-}
-
 QString sentence(const VKQtPath& to, const Copying& copying, qint64 milliseconds) {
     return counted(copying.files, u"file"_s, u"files"_s) + u", "_s +
            humanSize(static_cast<qint64>(copying.bytes)) + u", to "_s + shown(to.path()) + u" in "_s +
-           QString::number(static_cast<double>(milliseconds) / 1000, 'f', 1) + u" s\n"_s;
+           QString::number(static_cast<double>(milliseconds) / 1000, 'f', 1) + u" s"_s;
 }
 
-void writeResult(Invocation& invocation, const VKQtPath& from, const VKQtPath& to, const Copying& copying,
-                 VKStatus status, qint64 milliseconds) {
-    if (invocation.isOn(u"json"_s)) {
-        Output& output = invocation.output();
-        output.writeBytes(jsonArrayStart());
-        output.writeBytes(jsonArrayItem(toJson(from, to, copying, status), true));
-        output.writeBytes(jsonArrayEnd(false));
-    } else if (status == kVKStatusSuccess) {
-        invocation.output().write(sentence(to, copying, milliseconds));
-    }
+/// Whether something is in the way: a folder is not when its content is to be merged.
+bool isTaken(const Invocation& invocation, const VKQtPath& to) {
+    const ItemFacts target = askDisk(to.path());
+    const bool mayMerge = invocation.isOn(u"merge"_s) && to.isFolder() && target.isFolder && !target.isLink;
+    return target.status == kVKStatusSuccess && !mayMerge;
+}
+
+void tellFailure(Invocation& invocation, const QString& subject, VKStatus status) {
+    invocation.fail(subject, status);
     if (status == kVKStatusCancelled) {
-        complain(u" cp: cancelled; nothing is left of the copy"_s);
+        complain(u" cp: nothing is left of the copy"_s);
     }
 }
 
@@ -177,34 +164,37 @@ int run(Invocation& invocation) {
     const QString fromText = absoluteText(invocation.arguments().at(0), workingFolder());
     const QString toText = absoluteText(invocation.arguments().at(1), workingFolder());
     const ItemFacts source = askDisk(fromText);
-    if (source.status != kVKStatusSuccess) {
-        invocation.fail(fromText, source.status);
-        return invocation.exitStatus();
-    }
     // A link is copied as a link, also one to a folder.
     const bool isFolder = source.isFolder && !source.isLink;
     VKQtPath from(fromText, isFolder);
     VKQtPath to(toText, isFolder);
-    if (const QString reason = refusal(from, to); !reason.isEmpty()) {
-        return invocation.usageError(reason);
-    }
-    const ItemFacts target = askDisk(toText);
-    const bool mayMerge = invocation.isOn(u"merge"_s) && isFolder && target.isFolder && !target.isLink;
-    if (target.status == kVKStatusSuccess && !mayMerge) {
-        constexpr VKStatus kExists = 17;
-        invocation.fail(toText, kExists);
-        return invocation.exitStatus();
+    VKStatus status = source.status;
+    if (status == kVKStatusSuccess) {
+        if (const QString reason = refusal(from, to); !reason.isEmpty()) {
+            return invocation.usageError(reason);
+        }
+        status = isTaken(invocation, to) ? VKStatus(EEXIST) : kVKStatusSuccess;
     }
     Copying copying(invocation.isOn(u"progress"_s));
     QElapsedTimer timer;
     timer.start();
-    const VKStatus status = copying.run(from, to);
-    writeResult(invocation, from, to, copying, status, timer.elapsed());
-    if (status == kVKStatusCancelled) {
-        return kExitFailed;
+    if (status == kVKStatusSuccess) {
+        status = copying.run(from, to);
     }
     if (status != kVKStatusSuccess) {
-        invocation.fail(toText, status);
+        tellFailure(invocation, source.status == kVKStatusSuccess ? toText : fromText, status);
+    }
+    Results results(invocation);
+    results.add({{u"from"_s, from.path()},
+                 {u"to"_s, to.path()},
+                 {u"folder"_s, isFolder},
+                 {u"copied"_s, status == kVKStatusSuccess},
+                 {u"folders"_s, copying.folders},
+                 {u"files"_s, copying.files},
+                 {u"bytes"_s, static_cast<qint64>(copying.bytes)},
+                 {u"error"_s, errorMember(status)}});
+    if (status == kVKStatusSuccess) {
+        results.say(sentence(to, copying, timer.elapsed()));
     }
     return invocation.exitStatus();
 }
@@ -225,7 +215,7 @@ const Registration kRegistration({
         {
             {.name = u"merge"_s,
              .help =
-                 u"Copy a folder's content into a folder TO that exists. No file in it is overwritten, but "
+                 u"Copy what is in a folder into a folder TO that exists. No file in it is overwritten, but "
                  u"a copy that fails or is cancelled deletes TO with everything in it."_s},
             {.name = u"progress"_s,
              .form = OptionSpec::OnOff,
@@ -247,7 +237,7 @@ const Registration kRegistration({
             {u"folders"_s, u"how many folders were made inside it"_s},
             {u"files"_s, u"how many files and links were copied"_s},
             {u"bytes"_s, u"how many bytes of content were copied"_s},
-            {u"reason"_s, u"why there is no copy, or null"_s},
+            {u"error"_s, u"why there is no copy, or null"_s},
         },
     .run = &run,
 });
