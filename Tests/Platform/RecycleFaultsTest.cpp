@@ -28,6 +28,7 @@ private Q_SLOTS:
     void withoutExclusiveRename_data();
     void withoutExclusiveRename();
     void nowhereToRename();
+    void everyNameTaken();
     void shortNamesOnly_data();
     void shortNamesOnly();
 
@@ -286,6 +287,28 @@ void RecycleFaultsTest::nowhereToRename() {
     const QByteArray before = state();
     QCOMPARE(recycle(path("a")), EOPNOTSUPP);
     QCOMPARE(state(), before);
+}
+
+void RecycleFaultsTest::everyNameTaken() {
+    prepare("file");
+    Disk::makeFile(path("first"));
+    QCOMPARE(recycle(path("first")), 0);
+    const QByteArray before = state();
+    {
+        const Faults::Unsupported taken("open", EEXIST);
+        const Faults::Unsupported takenAt("openat", EEXIST);
+        QCOMPARE(recycle(path("a")), EEXIST);
+    }
+    QCOMPARE(state(), before);
+    // The last name that is tried is used, and no further one is asked for.
+    Disk::makeFile(mHome->bin() + "/files/a");
+    for (unsigned tries = 1; tries < 10; ++tries) {
+        Disk::makeFile(mHome->bin() + "/files/a." + QByteArray::number(tries + 1));
+    }
+    QByteArray recycled;
+    QCOMPARE(recycle(path("a"), &recycled), 0);
+    QVERIFY2(recycled.startsWith(QByteArray(mHome->bin() + "/files/a.")), recycled);
+    QVERIFY(recycled.mid(mHome->bin().size() + 9).toUInt() > 10);
 }
 
 void RecycleFaultsTest::shortNamesOnly_data() {

@@ -7,6 +7,7 @@
 #include "Platform/Linux/ReadAt.h"
 #include "Platform/Linux/RecycleFolders.h"
 #include "Platform/RecycleRules.h"
+#include "Platform/UserFolders.h"
 
 #include <QRandomGenerator>
 
@@ -45,29 +46,30 @@ public:
         std::shared_ptr<const Bin> bin;
     };
 
-    /// What was remembered for a folder while `dataHome` was the same; the bin alone for another folder of a
+    /// What was remembered for a folder while `dataFolder` was the same; the bin alone for another folder of a
     /// domain that is known.
-    [[nodiscard]] Answer find(const QByteArray& folder, std::uint64_t mount, const QByteArray& dataHome) {
+    [[nodiscard]] Answer find(const QByteArray& folder, std::uint64_t mount, const QByteArray& dataFolder) {
         const std::lock_guard lock(mMutex);
         for (const auto& known : mFolders) {
-            if (dataHome == mDataHome && known->real == folder && known->domain.mount == mount) {
+            if (dataFolder == mDataFolder && known->real == folder && known->domain.mount == mount) {
                 return {known, binOf(known->domain)};
             }
         }
         return {};
     }
 
-    [[nodiscard]] std::shared_ptr<const Bin> findBin(const RenameDomain& domain, const QByteArray& dataHome) {
+    [[nodiscard]] std::shared_ptr<const Bin> findBin(const RenameDomain& domain,
+                                                     const QByteArray& dataFolder) {
         const std::lock_guard lock(mMutex);
-        return dataHome == mDataHome ? binOf(domain) : nullptr;
+        return dataFolder == mDataFolder ? binOf(domain) : nullptr;
     }
 
-    void keep(const ItemFolder& folder, const std::shared_ptr<const Bin>& bin, const QByteArray& dataHome) {
+    void keep(const ItemFolder& folder, const std::shared_ptr<const Bin>& bin, const QByteArray& dataFolder) {
         const std::lock_guard lock(mMutex);
-        if (dataHome != mDataHome) {
+        if (dataFolder != mDataFolder) {
             mFolders.clear();
             mBins.clear();
-            mDataHome = dataHome;
+            mDataFolder = dataFolder;
         }
         std::erase_if(mFolders, [&](const auto& known) { return known->real == folder.real; });
         std::erase_if(mBins, [&](const auto& known) { return known.first == folder.domain; });
@@ -100,7 +102,7 @@ private:
     }
 
     std::mutex mMutex;
-    QByteArray mDataHome;
+    QByteArray mDataFolder;
     std::vector<std::shared_ptr<const ItemFolder>> mFolders;
     std::vector<std::pair<RenameDomain, std::shared_ptr<const Bin>>> mBins;
 };
@@ -223,13 +225,13 @@ bool isRefused(const ItemFolder& folder, const QByteArray& path, const ItemFacts
     if (!item.isFolder()) {
         return false;
     }
-    const QByteArray home = realPath(qgetenv("HOME"));
+    const QByteArray home = realPath(homeFolder());
     return !home.isEmpty() && isSameOrInside(home, path);
 }
 
 /// Tries the bins that the folder's domain allows, best first.
 Failure putIntoAny(const ItemFolder& folder, const std::vector<BinCandidate>& candidates,
-                   const QByteArray& path, const QByteArray& dataHome, QByteArray& recycled) {
+                   const QByteArray& path, const QByteArray& dataFolder, QByteArray& recycled) {
     Failure failure{EOPNOTSUPP, true};
     for (const BinCandidate& candidate : candidates) {
         Bin bin;
@@ -246,7 +248,7 @@ Failure putIntoAny(const ItemFolder& folder, const std::vector<BinCandidate>& ca
         }
         failure = putInto(bin, path, recycled);
         if (failure.error == 0) {
-            memory().keep(folder, std::make_shared<const Bin>(bin), dataHome);
+            memory().keep(folder, std::make_shared<const Bin>(bin), dataFolder);
             return failure;
         }
         removeMade(made);
@@ -258,7 +260,7 @@ Failure putIntoAny(const ItemFolder& folder, const std::vector<BinCandidate>& ca
     return {EOPNOTSUPP, true};
 }
 
-int resolveFolder(const QByteArray& path, const QByteArray& dataHome, ItemFolder& folder, HomeBin& home) {
+int resolveFolder(const QByteArray& path, const QByteArray& dataFolder, ItemFolder& folder, HomeBin& home) {
     folder.real = realPath(folderOf(path).toByteArray());
     if (folder.real.isEmpty()) {
         return errno;
@@ -268,31 +270,31 @@ int resolveFolder(const QByteArray& path, const QByteArray& dataHome, ItemFolder
         return error;
     }
     folder.domain = facts.domain;
-    home = homeBin(dataHome);
+    home = homeBin(dataFolder);
     folder.homeBin = home.root;
     return 0;
 }
 
 /// An item that exists, and whose path ends in a name.
-int recycleAfresh(const QByteArray& path, const ItemFacts& item, const QByteArray& dataHome,
+int recycleAfresh(const QByteArray& path, const ItemFacts& item, const QByteArray& dataFolder,
                   QByteArray& recycled) {
     ItemFolder folder;
     HomeBin home;
-    if (const int error = resolveFolder(path, dataHome, folder, home); error != 0) {
+    if (const int error = resolveFolder(path, dataFolder, folder, home); error != 0) {
         return error;
     }
     const QByteArray real = joined(folder.real, lastNameOf(path));
     if (isRefused(folder, real, item)) {
         return EBUSY;
     }
-    if (const auto bin = memory().findBin(folder.domain, dataHome); bin != nullptr && isStillThere(*bin)) {
+    if (const auto bin = memory().findBin(folder.domain, dataFolder); bin != nullptr && isStillThere(*bin)) {
         if (putInto(*bin, real, recycled).error == 0) {
-            memory().keep(folder, bin, dataHome);
+            memory().keep(folder, bin, dataFolder);
             return 0;
         }
     }
     memory().forget(folder.domain);
-    return putIntoAny(folder, binCandidates(folder.real, folder.domain, home), real, dataHome, recycled)
+    return putIntoAny(folder, binCandidates(folder.real, folder.domain, home), real, dataFolder, recycled)
         .error;
 }
 
@@ -312,7 +314,7 @@ int recycleItem(const QByteArray& path, QByteArray& recycled) {
     if (const int error = lookAtItem(path, item); error != 0) {
         return error;
     }
-    const QByteArray data = dataHome();
+    const QByteArray data = userDataFolder();
     const auto known = memory().find(folderOf(path).toByteArray(), item.domain.mount, data);
     if (known.folder != nullptr && known.bin != nullptr && !isRefused(*known.folder, path, item) &&
         isStillThere(*known.bin) && putInto(*known.bin, path, recycled).error == 0) {
@@ -336,7 +338,7 @@ bool canRecycleItem(const QByteArray& path) {
     ItemFacts item;
     ItemFolder folder;
     HomeBin home;
-    if (lookAtItem(path, item) != 0 || resolveFolder(path, dataHome(), folder, home) != 0 ||
+    if (lookAtItem(path, item) != 0 || resolveFolder(path, userDataFolder(), folder, home) != 0 ||
         isRefused(folder, joined(folder.real, lastNameOf(path)), item)) {
         return false;
     }

@@ -2,13 +2,13 @@
 #include "Platform/Linux/RecycleFolders.h"
 
 #include "Platform/RecycleRules.h"
+#include "Platform/UserFolders.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <libmount.h>
 #include <memory>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,20 +102,6 @@ void addVolumeCandidates(const QByteArray& volume, std::vector<BinCandidate>& ca
     candidates.push_back({own, volume, firstExisting(own, volume)});
 }
 
-/// The home folder without a final "/".
-QByteArray homeFolder() {
-    QByteArray home = qgetenv("HOME");
-    if (!home.startsWith('/')) {
-        passwd entry = {};
-        passwd* found = nullptr;
-        char buffer[4096];
-        const bool known = ::getpwuid_r(::geteuid(), &entry, buffer, sizeof buffer, &found) == 0 &&
-                           found != nullptr && found->pw_dir != nullptr;
-        home = known ? QByteArray(found->pw_dir) : QByteArray();
-    }
-    return home.startsWith('/') ? home : QByteArray();
-}
-
 bool isWritable(const QByteArray& folder) {
     return ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
 }
@@ -162,21 +148,9 @@ QByteArray realPath(const QByteArray& path) {
     return real == nullptr ? QByteArray() : QByteArray(real.get());
 }
 
-QByteArray dataHome() {
-    QByteArray given = qgetenv("XDG_DATA_HOME");
-    if (given.startsWith('/')) {
-        return given;
-    }
-    const QByteArray home = homeFolder();
-    return home.isEmpty() ? QByteArray() : joined(home, ".local/share");
-}
-
-HomeBin homeBin(const QByteArray& dataHome) {
-    QByteArray existing = dataHome;
+HomeBin homeBin(const QByteArray& dataFolder) {
+    QByteArray existing = dataFolder;
     QByteArrayList missing{QByteArrayLiteral("Trash")};
-    while (existing.endsWith('/') && existing.size() > 1) {
-        existing.chop(1);
-    }
     QByteArray real;
     while (!existing.isEmpty() && (real = realPath(existing)).isEmpty()) {
         if (errno != ENOENT || existing == "/") {
@@ -186,8 +160,8 @@ HomeBin homeBin(const QByteArray& dataHome) {
         existing = folderOf(existing).toByteArray();
     }
     // A home folder that is missing is not made: only what belongs into it.
-    const bool belongsIntoHome = !qgetenv("XDG_DATA_HOME").startsWith('/');
-    if (real.isEmpty() || (belongsIntoHome && missing.size() > 3)) {
+    const QByteArray home = homeFolder();
+    if (real.isEmpty() || (isSameOrInside(dataFolder, home) && !isSameOrInside(existing, home))) {
         return {};
     }
     HomeBin bin{real, real};

@@ -34,15 +34,12 @@ struct ItemFacts {
 /// The real path, without links; null (and errno) when there is none.
 [[nodiscard]] QByteArray realPath(const QByteArray& path);
 
-/// What XDG_DATA_HOME or HOME say now; empty when neither says anything usable.
-[[nodiscard]] QByteArray dataHome();
-
-/// The home bin below `dataHome()`, with the links on the way resolved, and the nearest folder that exists.
+/// The home bin below the user's data folder, with the links on the way resolved, and the nearest folder that exists.
 struct HomeBin {
     QByteArray root; ///< empty: there can be none
     QByteArray existing;
 };
-[[nodiscard]] HomeBin homeBin(const QByteArray& dataHome);
+[[nodiscard]] HomeBin homeBin(const QByteArray& dataFolder);
 
 /// A place where a bin may be.
 struct BinCandidate {

@@ -7,6 +7,7 @@
 #include "Platform/Linux/ReadAt.h"
 #include "Platform/Linux/RecycleFolders.h"
 #include "Platform/RecycleRules.h"
+#include "Platform/UserFolders.h"
 
 #include <cerrno>
 #include <ctime>
@@ -169,7 +170,7 @@ int restoreItem(const QByteArray& recycled, const QByteArray& target) {
 
 QByteArrayList recycleBins() {
     QByteArrayList bins;
-    const HomeBin home = homeBin(dataHome());
+    const HomeBin home = homeBin(userDataFolder());
     if (!home.root.isEmpty()) {
         addIfThere({{home.root, QByteArray(), home.existing}}, bins);
     }
@@ -182,7 +183,7 @@ QByteArrayList recycleBinsFor(const QByteArray& folder) {
     const QByteArray real = realPath(folder);
     ItemFacts facts;
     if (!real.isEmpty() && lookAt(real, facts) == 0) {
-        addIfThere(binCandidates(real, facts.domain, homeBin(dataHome())), bins);
+        addIfThere(binCandidates(real, facts.domain, homeBin(userDataFolder())), bins);
     }
     return bins;
 }
