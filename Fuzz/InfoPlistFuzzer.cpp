@@ -24,7 +24,7 @@ void checkName(const QString& name) {
                 {name, version});
     }
     if (!version.isEmpty()) {
-        require(versionInLibraryName(u"lib.so." + version) == version, "a version makes a name",
+        require(versionInLibraryName(QString(u"lib.so." + version)) == version, "a version makes a name",
                 {name, version});
         checkNumbers(version);
     }
