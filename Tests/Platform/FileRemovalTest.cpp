@@ -209,7 +209,7 @@ void FileRemovalTest::deepAndLong() {
 
 void FileRemovalTest::manyEntries() {
     Disk::makeFolder(mRoot + "/many");
-    for (int n = 0; n < 20'000; ++n) {
+    for (int n = 0; n < 6'000; ++n) {
         const QByteArray path = mRoot + "/many/photo " + QByteArray::number(n);
         if (n % 40 == 0) {
             Disk::makeFolder(path);

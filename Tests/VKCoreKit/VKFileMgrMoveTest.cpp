@@ -51,6 +51,8 @@ private Q_SLOTS:
 
 private:
     void makeTree(const QByteArray& top) const;
+    /// Makes "/tree" as it was at first, and removes what came of it.
+    void restoreTree(const QByteArray& moved) const;
 
     QByteArray mRoot;
 };
@@ -107,6 +109,12 @@ void VKFileMgrMoveTest::makeTree(const QByteArray& top) const {
     Disk::makeLink(top + "/dangling", "nothing");
     Disk::must(::chmod(Disk::text(top + "/sub/b.jpg"), 0640) == 0, "chmod", top);
     Disk::must(::chmod(Disk::text(top + "/sub"), 0750) == 0, "chmod", top);
+}
+
+void VKFileMgrMoveTest::restoreTree(const QByteArray& moved) const {
+    Disk::removeTree(moved);
+    Disk::removeTree(mRoot + "/tree");
+    makeTree(mRoot + "/tree");
 }
 
 void VKFileMgrMoveTest::wrongArguments() {
@@ -467,7 +475,7 @@ void VKFileMgrMoveTest::everyCallFailingInTurn() {
         if (status == kVKStatusSuccess) {
             QVERIFY(!Disk::exists(from));
             QCOMPARE(Disk::namesIn(mRoot + "/other"), QByteArrayList{"new"});
-            QVERIFY(Disk::runs("mv -T '" + to + "' '" + from + '\''));
+            restoreTree(to);
         } else {
             QVERIFY2(faults.wasMet(), "it failed without a fault");
             if (Disk::exists(to)) {
@@ -475,8 +483,7 @@ void VKFileMgrMoveTest::everyCallFailingInTurn() {
                 QVERIFY2(item == "/tree", faults.failedCall());
                 QCOMPARE(pictureOf(to), before);
                 QVERIFY(pictureOf(mRoot + "/tree").size() < before.size());
-                Disk::removeTree(from);
-                QVERIFY(Disk::runs("mv -T '" + to + "' '" + from + '\''));
+                restoreTree(to);
             }
             QVERIFY2(Disk::namesIn(mRoot + "/other").isEmpty(), faults.failedCall());
         }
@@ -524,12 +531,9 @@ void VKFileMgrMoveTest::memoryIsShort() {
             QCOMPARE(Disk::namesIn(place), QByteArrayList{"new"});
             if (item == "/tree") {
                 QCOMPARE(pictureOf(to), before);
-                if (status != kVKStatusSuccess) {
-                    Disk::removeTree(from);
-                }
             }
-            QVERIFY(!Disk::exists(from));
-            QVERIFY(Disk::runs("mv -T '" + to + "' '" + from + '\''));
+            QVERIFY(status != kVKStatusSuccess || !Disk::exists(from));
+            restoreTree(to);
         } else {
             QVERIFY(status != kVKStatusSuccess);
             QCOMPARE(Disk::namesIn(place), QByteArrayList());
