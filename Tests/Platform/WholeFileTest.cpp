@@ -197,7 +197,9 @@ void WholeFileTest::readingFails() {
 }
 
 void WholeFileTest::memoryIsShort() {
-    VKTEST_NEEDS(Faults::kAllocationsCanFail, "an allocator of the C library's");
+    if (!Faults::kAllocationsCanFail) {
+        QSKIP("a sanitizer owns the allocator");
+    }
     Disk::makeFile(mRoot + "/a", bytes(100'000));
     const QByteArray path = mRoot + "/a";
     Faults::Loop faults(Faults::kAllocations, ENOMEM);
