@@ -97,9 +97,11 @@ VKBookmarkManager::~VKBookmarkManager() {
     std::vector<const void*> values(count);
     CFDictionaryGetKeysAndValues(mRecords.get(), urls.data(), values.data());
     for (std::size_t i = 0; i < count; ++i) {
-        BookmarkData* const record = getBookmarkFromCFDataRef(static_cast<CFDataRef>(values[i]));
-        stopOutstanding(static_cast<CFURLRef>(urls[i]), *record);
-        delete asRecord(record);
+        const std::unique_ptr<Record> record(
+            asRecord(getBookmarkFromCFDataRef(static_cast<CFDataRef>(values[i]))));
+        if (record != nullptr) {
+            stopOutstanding(static_cast<CFURLRef>(urls[i]), *record);
+        }
     }
 }
 
