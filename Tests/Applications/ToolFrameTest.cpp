@@ -38,10 +38,10 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"cp"_s,    u"folders"_s, u"free"_s,    u"ls"_s,      u"mkdir"_s,
-                               u"mv"_s,    u"path"_s,    u"restore"_s, u"rm"_s,      u"stat"_s,
-                               u"trash"_s, u"trashed"_s, u"unique"_s,  u"volumes"_s, u"completion"_s,
-                               u"help"_s,  u"manual"_s};
+const QStringList kCommands = {u"bookmark"_s,   u"cp"_s,    u"folders"_s, u"free"_s,    u"ls"_s,
+                               u"mkdir"_s,      u"mv"_s,    u"path"_s,    u"restore"_s, u"rm"_s,
+                               u"stat"_s,       u"trash"_s, u"trashed"_s, u"unique"_s,  u"volumes"_s,
+                               u"completion"_s, u"help"_s,  u"manual"_s};
 
 } // namespace
 
@@ -92,6 +92,8 @@ void ToolFrameTest::commandHelp_data() {
                                                 u"--json"_s};
     QTest::newRow("cp") << u"cp"_s << common + QStringList{u"--merge"_s, u"--[no-]progress"_s, u"--json"_s};
     QTest::newRow("folders") << u"folders"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("bookmark") << u"bookmark"_s
+                              << common + QStringList{u"--paths"_s, u"--update"_s, u"--json"_s};
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};

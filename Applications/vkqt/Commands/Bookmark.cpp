@@ -66,6 +66,9 @@ void resolve(Entry& entry) {
     Url url;
     if (const CFDataRef data = dataOf(entry.info)) {
         entry.status = VKFileMgrResolveBookmark(data, nullptr, url.out(), &entry.isStale);
+        if (entry.status == ETIMEDOUT) {
+            entry.status = ENOENT; // looked for as far as a search goes
+        }
     } else {
         url = Url::adopt(entry.path.createCFUrl());
         VKItemDetails details;
