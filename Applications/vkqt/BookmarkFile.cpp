@@ -1,8 +1,15 @@
 // Reading and writing the list; what a bookmark means the library knows.
 #include "BookmarkFile.h"
 
+#include "Items.h"
+
 #include <VKBookmark.h>
 #include <VKCoreKit/VKCoreKit.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace VKTool {
 
@@ -74,6 +81,23 @@ VKStatus writeBookmarks(const VKQtPath& file, const std::vector<BookmarkInfo>& b
     }
     const auto xml = VKCFRef<CFDataRef>::adopt(VKUtilsCreateXMLData(kCFAllocatorDefault, array.get()));
     return xml ? VKFileMgrWriteFileContents(xml.get(), url.get()) : kVKStatusNotConvertible;
+}
+
+BookmarkFileLock::BookmarkFileLock(const VKQtPath& file)
+    : mFolder(::open(bytesOnDisk(file.pathOnly()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    int result = mFolder < 0 ? -1 : ::flock(mFolder, LOCK_EX);
+    while (mFolder >= 0 && result != 0 && errno == EINTR) {
+        result = ::flock(mFolder, LOCK_EX);
+    }
+    if (result != 0) {
+        mStatus = static_cast<VKStatus>(errno);
+    }
+}
+
+BookmarkFileLock::~BookmarkFileLock() {
+    if (mFolder >= 0) {
+        ::close(mFolder);
+    }
 }
 
 } // namespace VKTool

@@ -21,4 +21,21 @@ using BookmarkInfo = VKCFRef<CFMutableDictionaryRef>;
 /// Replaces the file's content, or makes the file; after a failure the old one is whole.
 [[nodiscard]] VKStatus writeBookmarks(const VKQtPath& file, const std::vector<BookmarkInfo>& bookmarks);
 
+/// Keeps other runs of the tool from changing the file while the object lives; waits for one that is at it. The
+/// lock is on the folder: nothing is left behind, and the system gives it back when the process ends.
+class BookmarkFileLock {
+public:
+    explicit BookmarkFileLock(const VKQtPath& file);
+    BookmarkFileLock(const BookmarkFileLock&) = delete;
+    BookmarkFileLock& operator=(const BookmarkFileLock&) = delete;
+    ~BookmarkFileLock();
+
+    /// Success, or the errno: 2 when the folder is missing.
+    [[nodiscard]] VKStatus status() const { return mStatus; }
+
+private:
+    int mFolder;
+    VKStatus mStatus = kVKStatusSuccess;
+};
+
 } // namespace VKTool

@@ -12,7 +12,6 @@
 #include <VKCoreKit/VKFileBookmark.h>
 
 #include <QJsonObject>
-#include <QLockFile>
 
 #include <cerrno>
 #include <memory>
@@ -374,9 +373,9 @@ int run(Invocation& invocation) {
         return invocation.usageError(u"create needs the paths of the items"_s);
     }
     // Another run may be adding to the file: what it adds would be lost.
-    QLockFile lock(file.path() + u".lock"_s);
-    if (!lock.lock()) {
-        invocation.fail(file.path(), lock.error() == QLockFile::PermissionError ? EACCES : EIO);
+    const BookmarkFileLock lock(file);
+    if (lock.status() != kVKStatusSuccess) {
+        invocation.fail(file.path(), lock.status());
         return invocation.exitStatus();
     }
     return action == Action::Create ? create(file, arguments, invocation)
