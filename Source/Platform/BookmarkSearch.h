@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <functional>
 
+struct dirent;
+
 namespace VKPlatform {
 
 /// The most entries that one search looks at, and the time it takes at most (but for a file system that keeps
@@ -42,7 +44,9 @@ private:
 
     [[nodiscard]] int searchTree(const QByteArray& root, const QByteArray& skipped, QByteArray& found);
     [[nodiscard]] int searchFolder(Visit& visit, const QByteArray& folder, QByteArray& found);
-    [[nodiscard]] int stopReason();
+    [[nodiscard]] bool isWanted(const dirent& entry, const QByteArray& folder) const;
+    [[nodiscard]] int countEntry();
+    [[nodiscard]] int stopReason() const;
 
     const FileIdentity& mWanted;
     const SearchLimits& mLimits;

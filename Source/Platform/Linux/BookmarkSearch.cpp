@@ -42,6 +42,26 @@ bool isBelowOrEqual(const QByteArray& path, const QByteArray& top) {
     return path == top || top == "/" || (path.startsWith(top) && path.at(top.size()) == '/');
 }
 
+bool mayBe(FileKind kind, const dirent& entry) {
+    switch (entry.d_type) {
+    case DT_UNKNOWN:
+        return true;
+    case DT_REG:
+        return kind == FileKind::File;
+    case DT_DIR:
+        return kind == FileKind::Folder;
+    case DT_LNK:
+        return kind == FileKind::Link;
+    default:
+        return kind == FileKind::Special;
+    }
+}
+
+/// Whether an entry is worth a closer look. File systems in user space do not tell inode numbers in their folders.
+bool mayBe(const FileIdentity& wanted, const dirent& entry) {
+    return wanted.scope == IdentityScope::Mount ? mayBe(wanted.kind, entry) : wanted.inode == entry.d_ino;
+}
+
 } // namespace
 
 /// The walk through one tree: what is still to be read, and the mount that it stays in.
@@ -49,12 +69,39 @@ struct BookmarkSearch::Visit {
     std::deque<QByteArray> folders;
     std::optional<Identity> mount;
     QByteArray skipped;
+
+    void add(const QByteArray& folder) {
+        if (folder != skipped) {
+            folders.push_back(folder);
+        }
+    }
+
+    /// Null for what is passed over: gone, another user's, another file system's, no folder.
+    OpenFolder open(const QByteArray& folder) {
+        FileDescriptor opened;
+        Identity place;
+        if (openFolder(folder, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, opened) != 0 ||
+            identityOf(opened, QByteArray(), place) != 0) {
+            return nullptr;
+        }
+        if (!mount) {
+            mount = place;
+        }
+        if (!mount->isSameMount(place)) {
+            return nullptr;
+        }
+        OpenFolder entries(::fdopendir(opened.get()));
+        if (entries != nullptr) {
+            static_cast<void>(opened.release());
+        }
+        return entries;
+    }
 };
 
 BookmarkSearch::BookmarkSearch(const FileIdentity& wanted, const SearchLimits& limits)
     : mWanted(wanted), mLimits(limits), mDeadline(std::chrono::steady_clock::now() + limits.time) {}
 
-int BookmarkSearch::stopReason() {
+int BookmarkSearch::stopReason() const {
     if (mLimits.isCancelled && mLimits.isCancelled()) {
         return ECANCELED;
     }
@@ -93,54 +140,37 @@ int BookmarkSearch::searchFolder(Visit& visit, const QByteArray& folder, QByteAr
     if (const int reason = stopReason(); reason != 0) {
         return reason;
     }
-    FileDescriptor opened;
-    Identity place;
-    // What cannot be read is passed over: it is gone, another user's, or no folder.
-    if (openFolder(folder, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, opened) != 0 ||
-        identityOf(opened, QByteArray(), place) != 0) {
-        return ENOENT;
-    }
-    if (!visit.mount) {
-        visit.mount = place;
-    } else if (!visit.mount->isSameMount(place)) {
-        return ENOENT;
-    }
-    const OpenFolder entries(::fdopendir(opened.get()));
-    if (entries == nullptr) {
-        return ENOENT;
-    }
-    static_cast<void>(opened.release());
-    while (const dirent* entry = ::readdir(entries.get())) {
-        const QByteArrayView name(entry->d_name);
-        if (isDotOrDotDot(name)) {
+    const OpenFolder entries = visit.open(folder);
+    while (const dirent* entry = entries == nullptr ? nullptr : ::readdir(entries.get())) {
+        if (isDotOrDotDot(QByteArrayView(entry->d_name))) {
             continue;
         }
-        if (mSearched == mLimits.entries) {
-            return ETIMEDOUT;
+        if (const int reason = countEntry(); reason != 0) {
+            return reason;
         }
-        ++mSearched;
-        if (mSearched % kEntriesBetweenLooks == 0) {
-            if (const int reason = stopReason(); reason != 0) {
-                return reason;
-            }
+        if (isWanted(*entry, folder)) {
+            found = joined(folder, QByteArrayView(entry->d_name));
+            return 0;
         }
-        QByteArray path;
-        if (entry->d_ino == mWanted.inode) {
-            path = joined(folder, name);
-            FileIdentity identity;
-            if (identify(path, identity) == 0 && isSameItem(mWanted, identity)) {
-                found = path;
-                return 0;
-            }
-        }
-        if (entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN) {
-            path = joined(folder, name);
-            if (path != visit.skipped) {
-                visit.folders.push_back(path);
-            }
+        if (mayBe(FileKind::Folder, *entry)) {
+            visit.add(joined(folder, QByteArrayView(entry->d_name)));
         }
     }
     return ENOENT;
+}
+
+int BookmarkSearch::countEntry() {
+    if (mSearched == mLimits.entries) {
+        return ETIMEDOUT;
+    }
+    ++mSearched;
+    return mSearched % kEntriesBetweenLooks == 0 ? stopReason() : 0;
+}
+
+bool BookmarkSearch::isWanted(const dirent& entry, const QByteArray& folder) const {
+    FileIdentity identity;
+    return mayBe(mWanted, entry) && identify(joined(folder, QByteArrayView(entry.d_name)), identity) == 0 &&
+           isSameItem(mWanted, identity);
 }
 
 } // namespace VKPlatform
