@@ -64,7 +64,8 @@ struct FileIdentity {
 ///
 ///     numbers that last        inode, birth time and handle are equal, as far as both have them; without birth
 ///                              time and handle also size and time of change
-///     numbers of one mount     the same mount in the same run of the system, inode and handle; else no
+///     numbers of one mount     the same mount in the same run of the system, inode, handle and birth time, or
+///                              without that size and time of change; else no
 [[nodiscard]] bool isSameItem(const FileIdentity& recorded, const FileIdentity& now);
 
 /// Whether inode numbers of a file system with this magic number last.

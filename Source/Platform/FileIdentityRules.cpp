@@ -9,9 +9,16 @@ bool haveSameHandle(const FileIdentity& recorded, const FileIdentity& now) {
     return recorded.handleType == now.handleType && recorded.handle == now.handle;
 }
 
+bool isUnchanged(const FileIdentity& recorded, const FileIdentity& now) {
+    return recorded.sizeBytes == now.sizeBytes && recorded.modified == now.modified;
+}
+
+/// Some servers in user space give a number out again, with the same handle, while they are mounted.
 bool isSameWithinMount(const FileIdentity& recorded, const FileIdentity& now) {
-    return recorded.mountId != 0 && !recorded.boot.isEmpty() && recorded.mountId == now.mountId &&
-           recorded.boot == now.boot && haveSameHandle(recorded, now);
+    const bool isSameMount = recorded.mountId != 0 && !recorded.boot.isEmpty() &&
+                             recorded.mountId == now.mountId && recorded.boot == now.boot;
+    return isSameMount && haveSameHandle(recorded, now) && recorded.born == now.born &&
+           (recorded.born || isUnchanged(recorded, now));
 }
 
 bool isSameForGood(const FileIdentity& recorded, const FileIdentity& now) {
@@ -20,8 +27,7 @@ bool isSameForGood(const FileIdentity& recorded, const FileIdentity& now) {
     if ((haveHandles && !haveSameHandle(recorded, now)) || (haveBirths && recorded.born != now.born)) {
         return false;
     }
-    return haveHandles || haveBirths ||
-           (recorded.sizeBytes == now.sizeBytes && recorded.modified == now.modified);
+    return haveHandles || haveBirths || isUnchanged(recorded, now);
 }
 
 } // namespace

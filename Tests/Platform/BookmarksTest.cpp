@@ -165,16 +165,22 @@ void BookmarksTest::follows() {
     const QByteArray photo = top + "/2026/a.jpg";
     Disk::makeFile(photo, "photo");
     Disk::makeFile(top + "/2026/other.jpg", "photo");
-    const QByteArray file = bookmarkOf(photo);
-    const QByteArray album = bookmarkOf(top + "/2026");
+    QByteArray file = bookmarkOf(photo);
+    QByteArray album = bookmarkOf(top + "/2026");
     const QByteArray whole = bookmarkOf(top);
     QCOMPARE(resolved(file), fresh(photo));
     QCOMPARE(resolved(album), fresh(top + "/2026/"));
     QCOMPARE(resolved(whole), fresh(top + '/'));
 
     Disk::makeFile(photo, "another content");
-    QCOMPARE(resolved(file), fresh(photo));
     Disk::makeFile(top + "/2026/new.jpg");
+    if (type == "exfat") {
+        // Nothing but the content proves what a number means: the place is known, the item is not.
+        QCOMPARE(resolved(file), stale(photo));
+        file = bookmarkOf(photo);
+        album = bookmarkOf(top + "/2026");
+    }
+    QCOMPARE(resolved(file), fresh(photo));
     QCOMPARE(resolved(album), fresh(top + "/2026/"));
 
     rename(photo, top + "/2026/b.jpg");
@@ -188,6 +194,9 @@ void BookmarksTest::follows() {
     QCOMPARE(resolved(file), stale(top + "/2026/Summer/b.jpg"));
     rename(top + "/2026/Summer/b.jpg", top + "/c.jpg");
     QCOMPARE(resolved(file), stale(top + "/c.jpg"));
+    if (type == "exfat") {
+        album = bookmarkOf(top + "/2026"); // its content has changed
+    }
     rename(top + "/2026", top + "/2027");
     QCOMPARE(resolved(album), stale(top + "/2027/"));
     rename(top + "/c.jpg", top + "/2027/a.jpg");

@@ -107,7 +107,13 @@ void FileIdentityTest::sameItems_data() {
         << false;
     QTest::newRow("of a mount, the same one") << ofMount() << ofMount() << true;
     QTest::newRow("of a mount, written to")
-        << ofMount() << changed([](FileIdentity& identity) { ++identity.sizeBytes; }, ofMount()) << true;
+        << ofMount() << changed([](FileIdentity& identity) { ++identity.sizeBytes; }, ofMount()) << false;
+    const auto withBirth = [](FileIdentity& identity) { identity.born = FileTime{1, 2}; };
+    QTest::newRow("of a mount, born then, written to")
+        << changed(withBirth, ofMount())
+        << changed([](FileIdentity& identity) { ++identity.sizeBytes; }, changed(withBirth, ofMount()))
+        << true;
+    QTest::newRow("of a mount, born another time") << changed(withBirth, ofMount()) << ofMount() << false;
     QTest::newRow("of a mount, now another")
         << ofMount() << changed([](FileIdentity& identity) { ++identity.mountId; }, ofMount()) << false;
     QTest::newRow("of a mount, another run")
