@@ -62,7 +62,7 @@ void FileRemovalTest::cleanup() { Disk::removeTree(mRoot); }
 
 /// A folder with two levels of everything that has a name.
 QByteArray FileRemovalTest::makeTree(const QByteArray& name) const {
-    const QByteArray top = mRoot + '/' + name;
+    QByteArray top = mRoot + '/' + name;
     for (const QByteArray& folder : QByteArrayList{top, top + "/sub", top + "/sub/.hidden"}) {
         Disk::makeFolder(folder);
         Disk::makeFile(folder + "/a.jpg", "photo");
@@ -198,7 +198,7 @@ void FileRemovalTest::deepAndLong() {
         path += '/' + name;
     }
     ::close(here);
-    QVERIFY(path.size() > 10 * PATH_MAX);
+    QVERIFY(path.size() > qsizetype{10} * PATH_MAX);
     QCOMPARE(removeFile(path + "/a.jpg"), 0);
     QCOMPARE(removeFile(path + "/a.jpg"), ENOENT);
     QCOMPARE(removeTree(path), 0);

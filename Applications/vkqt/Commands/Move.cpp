@@ -1,5 +1,6 @@
 // vkqt mv: gives items a new place or name, without overwriting.
 #include "Items.h"
+#include "ProgressBar.h"
 #include "Results.h"
 #include "Text.h"
 
@@ -20,15 +21,22 @@ VKProgress* gInterrupted = nullptr;
 
 void cancelMove(int /*signal*/) { VKProgressSetCancel(gInterrupted, true); }
 
-// Ctrl-C cancels the move, which then cleans up, while this lives.
+void showBytes(const VKProgressBytes& bytes, void* context) {
+    static_cast<ProgressBar*>(context)->show(bytes.done, bytes.total);
+}
+
+// While it lives, the bar shows the bytes that are copied, and Ctrl-C cancels the move, which then cleans up; a
+// second one ends the tool at once. What was started to ignore a signal goes on ignoring it.
 class Interruptible {
 public:
-    Interruptible() : mProgress(VKProgressCreate(nullptr, nullptr)) {
+    explicit Interruptible(bool showBar) : mBar(showBar), mProgress(VKProgressCreate(nullptr, nullptr)) {
+        VKProgressSetByteObserver(mProgress, &showBytes, &mBar);
         gInterrupted = mProgress;
         struct sigaction action = {};
         action.sa_handler = &cancelMove;
-        ::sigaction(SIGINT, &action, &mInterrupt);
-        ::sigaction(SIGTERM, &action, &mTerminate);
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        install(SIGINT, action, mInterrupt);
+        install(SIGTERM, action, mTerminate);
     }
     Interruptible(const Interruptible&) = delete;
     Interruptible& operator=(const Interruptible&) = delete;
@@ -41,8 +49,16 @@ public:
 
     [[nodiscard]] VKProgress* progress() const { return mProgress; }
     [[nodiscard]] bool isCancelled() const { return VKProgressGetCancel(mProgress); }
+    void clearBar() { mBar.clear(); }
 
 private:
+    static void install(int signal, const struct sigaction& action, struct sigaction& before) {
+        if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+            ::sigaction(signal, &action, nullptr);
+        }
+    }
+
+    ProgressBar mBar;
     VKProgress* mProgress;
     struct sigaction mInterrupt = {};
     struct sigaction mTerminate = {};
@@ -125,12 +141,13 @@ int run(Invocation& invocation) {
     if (sources.size() > 1 && !target.isFolder) {
         return invocation.usageError(u"several items need a folder that is there as the TARGET"_s);
     }
-    const Interruptible interruptible;
+    Interruptible interruptible(!invocation.isOn(u"json"_s));
     Results results(invocation);
     for (const QString& text : sources) {
         const Move move = interruptible.isCancelled()
                               ? Move{{}, kVKStatusCancelled}
                               : moved(text, target, invocation.isOn(u"unique"_s), interruptible.progress());
+        interruptible.clearBar();
         const bool done = move.status == kVKStatusSuccess;
         const QString to = done ? textOf(move.to.get()) : QString();
         if (move.status == EEXIST) {
@@ -158,7 +175,8 @@ const Registration kRegistration({
         "name. Nothing is ever overwritten.\n\n"
         "Inside a file system this is one step. To another one the item is copied with everything that "
         "belongs "
-        "to it, put on the disk, and only then deleted at its old place. Ctrl-C while it copies leaves the "
+        "to it, put on the disk, and only then deleted at its old place; a terminal shows a bar meanwhile. "
+        "Ctrl-C while it copies leaves the "
         "source as it was and nothing at the target.\n\n"
         "A name can be changed in case only, also where the file system ignores case."_s,
     .arguments = {{.name = u"SOURCE"_s, .count = ArgumentSpec::AtLeastOne, .takes = Takes::Path},
