@@ -30,6 +30,7 @@ private Q_SLOTS:
     void moveWrongLine();
     void moveJson();
     void moveToAnotherFileSystem();
+    void interrupted();
     void caseOnly();
     void unique();
     void uniqueJson();
@@ -238,6 +239,31 @@ void ToolItemsTest::moveToAnotherFileSystem() {
         QCOMPARE(full.err, QByteArray("vkqt mv: large.raw: no space left on device\n"));
         QVERIFY(Disk::exists(mFolder.toUtf8() + "/large.raw"));
         QCOMPARE(Disk::namesIn(other), (QByteArrayList{"a.jpg", "sub"}));
+    }
+}
+
+// Ctrl-C at the first call that copies content.
+void ToolItemsTest::interrupted() {
+    VKTEST_NEEDS(Disk::isRoot(), "root, to mount a file system");
+    VKTEST_NEEDS(Disk::runs("command -v strace"), "strace");
+    const QByteArray other = mFolder.toUtf8() + "/other";
+    Disk::makeFolder(other);
+    const Disk::TemporaryFileSystem memory(other, "size=64m");
+    VKTEST_NEEDS(memory.isMounted(), "a system that can mount tmpfs");
+    const QByteArray content(20 << 20, 'x');
+    Disk::makeFile(mFolder.toUtf8() + "/sub/large.raw", content);
+    for (const QString& item : {u"sub/large.raw"_s, u"sub"_s}) {
+        // The leak checker of a sanitizer build does not run under strace.
+        const ToolRun told = runShell(
+            u"export ASAN_OPTIONS=detect_leaks=0; exec strace -f -o /dev/null -e trace=copy_file_range "
+            "-e inject=copy_file_range:signal=SIGINT:when=1 \"$VKQT\" mv %1 other"_s.arg(item),
+            mFolder);
+        QCOMPARE(told.err, "vkqt mv: " + item.toUtf8() + ": cancelled or not applicable\n");
+        QCOMPARE(told.status, 1);
+        QCOMPARE(told.out, QByteArray());
+        QCOMPARE(Disk::namesIn(other), QByteArrayList());
+        QCOMPARE(Disk::contentOf(mFolder.toUtf8() + "/sub/large.raw"), content);
+        QCOMPARE(names("/sub"), (QByteArrayList{"inside.jpg", "large.raw"}));
     }
 }
 
