@@ -7,6 +7,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cmath>
+
 namespace VKTool {
 
 using namespace Qt::StringLiterals;
@@ -65,7 +67,7 @@ QString progressLine(const WorkFacts& facts, int columns) {
         text += u"  "_s + size(done / seconds) + u"/s"_s;
         if (isTotalKnown && done <= total) {
             const double left = (total - done) * seconds / done;
-            text += u"  "_s + timeLeft(std::chrono::seconds(static_cast<qint64>(left + 0.5)));
+            text += u"  "_s + timeLeft(std::chrono::seconds(std::llround(left)));
         }
     }
     const int cells = std::min(kLongestBar, columns - displayWidth(text) - 4);

@@ -68,9 +68,11 @@ void stopOutstanding(CFURLRef url, BookmarkData& record) {
     }
 }
 
+constexpr std::size_t kAddressBytes = sizeof(void*);
+
 VKCFRef<CFDataRef> addressOf(BookmarkData* record) {
-    UInt8 bytes[sizeof record];
-    std::memcpy(bytes, &record, sizeof record);
+    UInt8 bytes[kAddressBytes];
+    std::memcpy(bytes, &record, kAddressBytes);
     return VKCFRef<CFDataRef>::adopt(CFDataCreate(kCFAllocatorDefault, bytes, sizeof bytes));
 }
 
@@ -301,8 +303,8 @@ VKBookmarkManager::BookmarkData* VKBookmarkManager::getBookmarkData(CFURLRef url
 
 VKBookmarkManager::BookmarkData* VKBookmarkManager::getBookmarkFromCFDataRef(CFDataRef value) {
     BookmarkData* record = nullptr;
-    if (value != nullptr && CFDataGetLength(value) == CFIndex{sizeof record}) {
-        std::memcpy(&record, CFDataGetBytePtr(value), sizeof record);
+    if (value != nullptr && CFDataGetLength(value) == CFIndex{kAddressBytes}) {
+        std::memcpy(&record, CFDataGetBytePtr(value), kAddressBytes);
     }
     return record;
 }

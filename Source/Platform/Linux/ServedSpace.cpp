@@ -106,6 +106,7 @@ void readOn(Question& question) {
 void collect(std::vector<Question>& questions, Clock::time_point deadline) {
     for (;;) {
         std::vector<pollfd> answers;
+        answers.reserve(questions.size());
         for (const Question& question : questions) {
             answers.push_back({question.isOpen ? question.answer.get() : -1, POLLIN, 0});
         }

@@ -31,6 +31,7 @@ struct SessionBusLibrary {
 [[nodiscard]] const SessionBusLibrary& sessionBusLibrary();
 
 struct CloseSessionBus {
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): a bus is opened by a loaded library only
     void operator()(sd_bus* bus) const { sessionBusLibrary().closeUnref(bus); }
     void operator()(sd_bus_message* message) const { sessionBusLibrary().unref(message); }
 };

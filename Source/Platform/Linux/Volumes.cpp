@@ -76,6 +76,7 @@ std::vector<VolumeFacts> volumeFacts(const std::vector<Volume>& volumes) {
     const std::vector<ServedSpace> answers = askServedSpace(places);
     auto answer = answers.begin();
     std::vector<VolumeFacts> facts;
+    facts.reserve(volumes.size());
     for (const Volume& volume : volumes) {
         facts.push_back(isServed(volume.mount) ? factsOf(*answer++) : askFileSystem(volume.mount.place));
     }
