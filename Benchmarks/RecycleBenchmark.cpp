@@ -152,6 +152,7 @@ void recycleByGio(const std::string& program) {
         words.push_back(pathOf(i));
     }
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
