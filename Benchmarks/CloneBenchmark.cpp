@@ -55,11 +55,12 @@ int main(int argc, char** argv) {
         makeFile(sample + "/IMG_" + QByteArray::number(file) + ".NEF", kFileBytes);
     }
     sync();
-    addCopy("large/library", scratch, [sample](const QByteArray& target) { copyByLibrary(sample, target); });
-    addCopy("large/cp", scratch, [sample](const QByteArray& target) {
+    addCopy("large/library", 1, scratch,
+            [sample](const QByteArray& target) { copyByLibrary(sample, target); });
+    addCopy("large/cp", 1, scratch, [sample](const QByteArray& target) {
         run({"cp", "-a", "--reflink=auto", sample, target});
     });
-    addCopy("large/nothing", scratch, [](const QByteArray&) {});
+    addCopy("large/nothing", 1, scratch, [](const QByteArray&) {});
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;

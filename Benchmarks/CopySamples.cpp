@@ -84,9 +84,10 @@ void run(const QByteArrayList& command) {
     }
 }
 
-void addCopy(const char* name, ScratchFolder& scratch, const std::function<void(const QByteArray&)>& copy) {
+void addCopy(const char* name, int items, ScratchFolder& scratch,
+             const std::function<void(const QByteArray&)>& copy) {
     benchmark::RegisterBenchmark(name,
-                                 [&scratch, copy](benchmark::State& state) {
+                                 [&scratch, items, copy](benchmark::State& state) {
                                      while (state.KeepRunning()) {
                                          const QByteArray target = scratch.freshName();
                                          const auto start = std::chrono::steady_clock::now();
@@ -95,7 +96,7 @@ void addCopy(const char* name, ScratchFolder& scratch, const std::function<void(
                                              std::chrono::steady_clock::now() - start;
                                          state.SetIterationTime(took.count());
                                      }
-                                     state.SetItemsProcessed(state.iterations());
+                                     state.SetItemsProcessed(state.iterations() * items);
                                  })
         ->UseManualTime()
         ->Iterations(1);

@@ -36,8 +36,10 @@ void makeFile(const QByteArray& path, std::size_t bytes);
 /// Runs a program and waits for it; stops the benchmark when it fails.
 void run(const QByteArrayList& command);
 
-/// Registers a benchmark of `copy(target)` for a fresh target each time; only that call is measured.
-void addCopy(const char* name, ScratchFolder& scratch, const std::function<void(const QByteArray&)>& copy);
+/// Registers a benchmark of `copy(target)` for a fresh target each time; only that call is measured. The figure
+/// is for one of the `items` that it copies.
+void addCopy(const char* name, int items, ScratchFolder& scratch,
+             const std::function<void(const QByteArray&)>& copy);
 
 /// The core library's recursive copy.
 void copyByLibrary(const QByteArray& from, const QByteArray& to);

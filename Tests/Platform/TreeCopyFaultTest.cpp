@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstring>
 #include <functional>
+#include <memory>
 #include <sys/wait.h>
 #include <thread>
 
@@ -69,6 +71,21 @@ int copyShown(const QByteArray& from, const QByteArray& to, TreeWatcher& watcher
         error = copy.copyItems();
     }
     return error == 0 ? copy.finishFolders() : error;
+}
+
+const char* const kCopyMode = "--copy-until-killed";
+
+/// One copy after the other, until the end comes from outside. Tells each step through the pipe.
+int copyUntilKilled(const QByteArray& from, const QByteArray& to, int pipe) {
+    Hooks hooks;
+    const auto tell = [pipe] { Disk::must(::write(pipe, "s", 1) == 1, "write", QByteArray()); };
+    hooks.onFolder = tell;
+    hooks.onItem = tell;
+    for (int i = 0;; ++i) {
+        if (copyShown(from, to + ' ' + QByteArray::number(i), hooks) != 0) {
+            return 1;
+        }
+    }
 }
 
 /// Whether each file below `copy` is one of `original`, whole.
@@ -323,16 +340,12 @@ void TreeCopyFaultTest::killed() {
         QCOMPARE(::pipe2(ends, O_CLOEXEC), 0);
         const pid_t child = ::fork();
         if (child == 0) {
-            Hooks hooks;
-            const auto tell = [&ends] { Disk::must(::write(ends[1], "s", 1) == 1, "write", QByteArray()); };
-            hooks.onFolder = tell;
-            hooks.onItem = tell;
-            for (int i = 0;; ++i) {
-                const QByteArray name = "/copy " + QByteArray::number(steps) + ' ' + QByteArray::number(i);
-                if (copyShown(at("album"), mRoot + name, hooks) != 0) {
-                    ::_exit(1);
-                }
-            }
+            // Another program: a fork of one that has threads may not start any.
+            ::fcntl(ends[1], F_SETFD, 0);
+            ::execl("/proc/self/exe", "copy", kCopyMode, at("album").constData(),
+                    Disk::text(at("copy ") + QByteArray::number(steps)),
+                    QByteArray::number(ends[1]).constData(), nullptr);
+            ::_exit(127);
         }
         ::close(ends[1]);
         char step = 0;
@@ -360,5 +373,11 @@ void TreeCopyFaultTest::noThreadIsLeft() {
     QCOMPARE(Disk::namesIn("/proc/self/task").size(), threads);
 }
 
-VKTEST_MAIN(TreeCopyFaultTest)
+int main(int argc, char** argv) {
+    if (argc == 5 && std::strcmp(argv[1], kCopyMode) == 0) {
+        return copyUntilKilled(argv[2], argv[3], QByteArray(argv[4]).toInt());
+    }
+    return vkTestRun(argc, argv,
+                     [] { return std::unique_ptr<QObject>(std::make_unique<TreeCopyFaultTest>()); });
+}
 #include "TreeCopyFaultTest.moc"
