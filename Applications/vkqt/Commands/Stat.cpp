@@ -43,7 +43,7 @@ Facts factsOf(const QString& text) {
 }
 
 QString diskKind(const ItemFacts& item) {
-    const QString named = item.isFolder ? u"folder"_s : u"file"_s;
+    QString named = item.isFolder ? u"folder"_s : u"file"_s;
     if (!item.isLink) {
         return named;
     }
