@@ -76,7 +76,7 @@ VKStatus VKConfigBundle::loadInfo(IVKNodeLoadDelegate* delegate, const QJsonObje
     }
     const QJsonArray array = items->toArray();
     mItems.reserve(mItems.size() + static_cast<std::size_t>(array.size()));
-    for (const QJsonValue item : array) {
+    for (const QJsonValueConstRef item : array) {
         if (const VKStatus status = loadItem(item.toObject()); status != kVKStatusSuccess) {
             return status;
         }
@@ -88,7 +88,8 @@ VKStatus VKConfigBundle::loadInfo(IVKNodeLoadDelegate* delegate, const QJsonObje
 }
 
 VKStatus VKConfigBundle::loadItem(const QJsonObject& info) {
-    VKConfigItem* const item = createItem(info.value(kValueTypeKey).toInt(0));
+    const auto valueType = info.constFind(kValueTypeKey);
+    VKConfigItem* const item = createItem(valueType == info.constEnd() ? 0 : valueType->toInt(0));
     if (item == nullptr) {
         return logged(kVKStatusUnknownValueType, __LINE__);
     }

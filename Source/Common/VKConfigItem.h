@@ -11,6 +11,10 @@
 
 #include <cstdint>
 
+namespace VKConfigDetail {
+struct ItemFields;
+}
+
 /// The base of VKConfigItemBool and VKConfigItemInt. Statuses: 0, or 1016 for a missing key, logged at each
 /// level that it passes. One thread at a time. Virtual functions are declared in slot order.
 class VKQT_EXPORT VKConfigItem : public CBaseCore {
@@ -47,6 +51,9 @@ public:
 protected:
     /// For constructors of subclasses.
     void setValueType(std::int32_t valueType) noexcept { mValueType = valueType; }
+
+    /// loadInfo() with the members found already.
+    VKStatus loadFields(const VKConfigDetail::ItemFields& fields);
 
 private:
     QString mName;

@@ -1,6 +1,7 @@
 // A setting that is on or off.
 #include "VKConfigItemBool.h"
 
+#include "VKConfigItemFields.h"
 #include "VKConfigLog.h"
 
 using namespace Qt::StringLiterals;
@@ -19,14 +20,14 @@ VKConfigItemBool::VKConfigItemBool() { setValueType(kValueTypeBool); }
 VKConfigItemBool::~VKConfigItemBool() = default;
 
 VKStatus VKConfigItemBool::loadInfo(const QJsonObject& info) {
-    if (const VKStatus status = VKConfigItem::loadInfo(info); status != kVKStatusSuccess) {
+    const VKConfigDetail::ItemFields fields(info);
+    if (const VKStatus status = loadFields(fields); status != kVKStatusSuccess) {
         return logged(status, __LINE__);
     }
-    const auto value = info.find(kValueKey);
-    if (value == info.end()) {
+    if (!fields.has(fields.value)) {
         return logged(kVKStatusMissingKey, __LINE__);
     }
-    mValue = value->toBool();
+    mValue = fields.value->toBool();
     mDefaultValue = mValue;
     return kVKStatusSuccess;
 }

@@ -1,6 +1,7 @@
 // A setting that is one of several named numbers.
 #include "VKConfigItemInt.h"
 
+#include "VKConfigItemFields.h"
 #include "VKConfigLog.h"
 
 #include <QJsonArray>
@@ -14,7 +15,6 @@ namespace {
 constexpr auto kValueKey = "value"_L1;
 constexpr auto kValuesKey = "values"_L1;
 constexpr auto kDisplayNameKey = "display_name"_L1;
-constexpr auto kSortAlphabeticallyKey = "sort_alphabetically"_L1;
 
 VKStatus logged(VKStatus status, int line) {
     return VKConfigDetail::logged(status, "VKQtCore/Source/Common/VKConfigItemInt", line);
@@ -26,22 +26,21 @@ VKConfigItemInt::VKConfigItemInt() { setValueType(kValueTypeInt); }
 VKConfigItemInt::~VKConfigItemInt() = default;
 
 VKStatus VKConfigItemInt::loadInfo(const QJsonObject& info) {
-    const bool sorted = info.value(kSortAlphabeticallyKey).toBool();
-    if (const VKStatus status = VKConfigItem::loadInfo(info); status != kVKStatusSuccess) {
+    const VKConfigDetail::ItemFields fields(info);
+    const bool sorted = fields.has(fields.sortAlphabetically) && fields.sortAlphabetically->toBool();
+    if (const VKStatus status = loadFields(fields); status != kVKStatusSuccess) {
         return logged(status, __LINE__);
     }
-    const auto value = info.find(kValueKey);
-    if (value == info.end()) {
+    if (!fields.has(fields.value)) {
         return logged(kVKStatusMissingKey, __LINE__);
     }
-    const auto values = info.find(kValuesKey);
-    if (values == info.end()) {
+    if (!fields.has(fields.values)) {
         return logged(kVKStatusMissingKey, __LINE__);
     }
-    mValue = value->toInt(0);
+    mValue = fields.value->toInt(0);
     mDefaultValue = mValue;
     const std::size_t before = mChoices.size();
-    const VKStatus status = loadChoices(values->toArray());
+    const VKStatus status = loadChoices(fields.values->toArray());
     // Once, behind the last one: sorting behind each gives the same order, and a long list would take hours.
     if (sorted && mChoices.size() > before) {
         std::sort(mChoices.begin(), mChoices.end(), [](const Choice& left, const Choice& right) {
@@ -53,14 +52,13 @@ VKStatus VKConfigItemInt::loadInfo(const QJsonObject& info) {
 
 VKStatus VKConfigItemInt::loadChoices(const QJsonArray& values) {
     mChoices.reserve(mChoices.size() + static_cast<std::size_t>(values.size()));
-    for (const QJsonValue element : values) {
+    for (const QJsonValueConstRef element : values) {
         const QJsonObject choice = element.toObject();
-        const auto displayName = choice.find(kDisplayNameKey);
-        const auto value = choice.find(kValueKey);
-        if (displayName == choice.end() || value == choice.end()) {
+        const VKConfigDetail::ItemFields fields(choice);
+        if (!fields.has(fields.displayName) || !fields.has(fields.value)) {
             return logged(kVKStatusMissingKey, __LINE__);
         }
-        mChoices.emplace_back(displayName->toString(), value->toInt(0));
+        mChoices.emplace_back(fields.displayName->toString(), fields.value->toInt(0));
     }
     return kVKStatusSuccess;
 }

@@ -275,7 +275,7 @@ VKStatus VKNode::loadInfo(IVKNodeLoadDelegate* delegate, const QJsonObject& info
         return kVKStatusSuccess;
     }
     const QJsonArray children = info.value(kChildrenKey).toArray();
-    for (const QJsonValue child : children) {
+    for (const QJsonValueConstRef child : children) {
         if (const VKStatus status = loadChild(delegate, child.toObject()); status != kVKStatusSuccess) {
             return logged(status, __LINE__);
         }
