@@ -142,7 +142,7 @@ void mergeModel(benchmark::State& state) {
 /// A store over these defaults, whose file is in the temporary folder.
 VKConfig& store() {
     static VKConfig* const sStore = [] {
-        static const DefaultsResource::Defaults kDefaults(fileBytes());
+        static const DefaultsResource::Defaults sDefaults(fileBytes());
         const auto folder = VKCFRef<CFURLRef>::adopt(VKQtPath(files().dataFolder(), true).createCFUrl());
         VKFileMgrSetFolderPath(kVKFolderUserAppData, folder.get());
         auto* const config = new VKConfig;

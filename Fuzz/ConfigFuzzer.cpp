@@ -68,12 +68,12 @@ void checkLoading(const QByteArray& bytes, const QJsonObject& info) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool kReady = [] {
+    static const bool sReady = [] {
         VKLogSetHandler(&dropLog, nullptr);
         VKNode::registerNode(QStringLiteral("VKConfigBundle"), [] { return new VKConfigBundle; });
         return true;
     }();
-    static_cast<void>(kReady);
+    static_cast<void>(sReady);
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);

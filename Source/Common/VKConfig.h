@@ -30,7 +30,7 @@ public:
     using Callback = void (*)(VKConfig* config);
 
     /// An item that is there, by its two keys.
-    struct t_Setting { // NOLINT: the suite's spelling of a plain record
+    struct t_Setting {
         QString bundle;
         QString key;
 

@@ -20,7 +20,7 @@ public:
         Error,   ///< is not read, or not as it is written
     };
 
-    struct t_Finding { // NOLINT: the suite's spelling of a plain record
+    struct t_Finding {
         Severity severity = Severity::Error;
         int line = 1;    ///< from 1
         int column = 1;  ///< from 1, in characters, not bytes
