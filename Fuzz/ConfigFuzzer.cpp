@@ -3,6 +3,8 @@
 // nothing; what has no error in the check loads whole; the two readers agree on what is JSON.
 
 #include "FuzzSupport.h"
+#include "VKConfigArchive.h"
+#include "VKConfigQuickLoad.h"
 #include "VKConfigText.h"
 
 #include <VKConfigBundle.h>
@@ -49,6 +51,14 @@ void checkLoading(const QByteArray& bytes, const QJsonObject& info) {
     const bool whole = model->loadInfo(nullptr, info) == 0;
     require(whole || hasErrors(bytes), "without an error it loads whole", {QString::fromUtf8(bytes)});
     const QByteArray first = written(*model);
+    const Model quick(new VKConfigModel);
+    if (VKConfigDetail::quickLoad(*quick, bytes)) {
+        require(whole && written(*quick) == first, "one pass reads the same", {QString::fromUtf8(bytes)});
+    }
+    QByteArray archive;
+    require(VKConfigDetail::writeArchive(*model, archive) &&
+                archive == QJsonDocument(QJsonDocument::fromJson(archive).object()).toJson(),
+            "what is written without objects is what the framework writes", {QString::fromUtf8(archive)});
     model->updateModel(model.get());
     // Of two items of one name the later one's value is taken: then only a second time changes nothing.
     const QByteArray merged = written(*model);
@@ -87,5 +97,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (document.isObject()) {
         checkLoading(bytes, document.object());
     }
+    const Model refused(new VKConfigModel);
+    require(document.isObject() || !VKConfigDetail::quickLoad(*refused, bytes),
+            "one pass takes only what is parsed", {QString::fromUtf8(bytes)});
     return 0;
 }

@@ -1,6 +1,7 @@
 // The store of settings.
 #include "VKConfig.h"
 
+#include "VKConfigArchive.h"
 #include "VKConfigBundle.h"
 #include "VKConfigFile.h"
 #include "VKConfigLog.h"
@@ -170,6 +171,10 @@ void VKConfig::resetAll() {
 }
 
 VKStatus VKConfig::createArchive(IVKNodeCreateDelegate* delegate, QByteArray& out) {
+    // The same bytes sooner. A delegate may add to any object, so with one there have to be objects.
+    if (delegate == nullptr && VKConfigDetail::writeArchive(*mModel, out)) {
+        return kVKStatusSuccess;
+    }
     QJsonObject info;
     if (const VKStatus status = mModel->createInfo(delegate, info); status != kVKStatusSuccess) {
         return logged(status, __LINE__);

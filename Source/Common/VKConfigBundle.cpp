@@ -97,9 +97,13 @@ VKStatus VKConfigBundle::loadItem(const QJsonObject& info) {
         item->Release();
         return logged(status, __LINE__);
     }
+    addItem(item);
+    return kVKStatusSuccess;
+}
+
+void VKConfigBundle::addItem(VKConfigItem* item) {
     mItems.push_back(item);
     mItemsByKey.emplace(item->name(), item); // the first of a name stays
-    return kVKStatusSuccess;
 }
 
 VKConfigItem* VKConfigBundle::itemForKey(const QString& key) const {

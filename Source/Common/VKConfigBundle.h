@@ -54,6 +54,9 @@ public:
     void resetAll();
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
+    void addItem(VKConfigItem* item);
     VKStatus loadItem(const QJsonObject& info);
 
     std::vector<VKConfigItem*> mItems; // one reference each

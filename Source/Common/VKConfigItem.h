@@ -12,8 +12,9 @@
 #include <cstdint>
 
 namespace VKConfigDetail {
+class QuickLoader;
 struct ItemFields;
-}
+} // namespace VKConfigDetail
 
 /// The base of VKConfigItemBool and VKConfigItemInt. Statuses: 0, or 1016 for a missing key, logged at each
 /// level that it passes. One thread at a time. Virtual functions are declared in slot order.
@@ -56,6 +57,8 @@ protected:
     VKStatus loadFields(const VKConfigDetail::ItemFields& fields);
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
     QString mName;
     QString mDisplayName;
     std::int32_t mValueType = 0;

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] bool defaultValue() const noexcept { return mDefaultValue; }
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
     bool mValue = false;
     bool mDefaultValue = false;
 };

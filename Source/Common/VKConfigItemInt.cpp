@@ -43,11 +43,15 @@ VKStatus VKConfigItemInt::loadInfo(const QJsonObject& info) {
     const VKStatus status = loadChoices(fields.values->toArray());
     // Once, behind the last one: sorting behind each gives the same order, and a long list would take hours.
     if (sorted && mChoices.size() > before) {
-        std::sort(mChoices.begin(), mChoices.end(), [](const Choice& left, const Choice& right) {
-            return left.first.compare(right.first, Qt::CaseInsensitive) < 0;
-        });
+        sortChoices();
     }
     return status;
+}
+
+void VKConfigItemInt::sortChoices() {
+    std::sort(mChoices.begin(), mChoices.end(), [](const Choice& left, const Choice& right) {
+        return left.first.compare(right.first, Qt::CaseInsensitive) < 0;
+    });
 }
 
 VKStatus VKConfigItemInt::loadChoices(const QJsonArray& values) {

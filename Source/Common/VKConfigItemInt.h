@@ -43,6 +43,9 @@ public:
     [[nodiscard]] std::int32_t defaultValue() const noexcept { return mDefaultValue; }
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
+    void sortChoices();
     VKStatus loadChoices(const QJsonArray& values);
 
     std::int32_t mValue = 0;

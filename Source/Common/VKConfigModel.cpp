@@ -5,6 +5,7 @@
 #include "VKConfigFile.h"
 #include "VKConfigJson.h"
 #include "VKConfigLog.h"
+#include "VKConfigQuickLoad.h"
 
 using namespace Qt::StringLiterals;
 
@@ -42,6 +43,10 @@ VKStatus VKConfigModel::loadPath(const QString& path) {
     QByteArray bytes;
     if (const VKStatus status = VKConfigDetail::readFile(path, bytes); status != kVKStatusSuccess) {
         return status == kVKStatusBadArgument ? logged(status, __LINE__) : status;
+    }
+    // What the system itself writes; everything else takes the way that has all the rules.
+    if (VKConfigDetail::quickLoad(*this, bytes)) {
+        return kVKStatusSuccess;
     }
     QJsonObject info;
     if (const VKStatus status = VKConfigDetail::parseObject(bytes, info); status != kVKStatusSuccess) {

@@ -35,6 +35,8 @@ public:
     [[nodiscard]] std::int32_t loadedVersion() const noexcept { return mLoadedVersion; }
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
     std::int32_t mFormatVersion = 1;
     std::int32_t mLoadedVersion = 1;
 };

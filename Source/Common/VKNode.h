@@ -17,6 +17,9 @@
 #include <vector>
 
 class VKNode;
+namespace VKConfigDetail {
+class QuickLoader;
+}
 
 /// Asked while a tree is written. Owned by the caller.
 class VKQT_EXPORT IVKNodeCreateDelegate {
@@ -205,6 +208,8 @@ protected:
     void setHasChildren(bool hasChildren) noexcept { mHasChildren = hasChildren; }
 
 private:
+    friend class VKConfigDetail::QuickLoader;
+
     [[nodiscard]] std::size_t placeFor(const VKNode* node, int index) const;
     VKStatus createChildren(IVKNodeCreateDelegate* delegate, QJsonObject& info);
     VKStatus loadChild(IVKNodeLoadDelegate* delegate, const QJsonObject& info);

@@ -81,6 +81,27 @@ inline QStringList events(CoreKit::LogCapture& log) {
     return events;
 }
 
+/// All that a model holds: what it writes, and what it does not: names, defaults, the version it was loaded with.
+inline QByteArray stateOf(VKConfigModel& model) {
+    QByteArray state = written(model) + QByteArray::number(model.loadedVersion());
+    for (int index = 0; index < model.childCount(); ++index) {
+        const auto* const bundle = dynamic_cast<VKConfigBundle*>(model.nodeAtIndex(index));
+        if (bundle == nullptr) {
+            continue;
+        }
+        state += '\n' + bundle->name().toUtf8();
+        for (VKConfigItem* const item : bundle->items()) {
+            const auto* const number = dynamic_cast<VKConfigItemInt*>(item);
+            state +=
+                ' ' + QByteArray::number(number != nullptr
+                                             ? number->defaultValue()
+                                             : int(dynamic_cast<VKConfigItemBool&>(*item).defaultValue()));
+            state += bundle->itemForKey(item->name()) == item ? '+' : '-';
+        }
+    }
+    return state;
+}
+
 inline void registerBundles() {
     VKNode::registerNode(u"VKConfigBundle"_s, [] { return new VKConfigBundle; });
 }

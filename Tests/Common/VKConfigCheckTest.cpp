@@ -2,6 +2,7 @@
 #include "VKConfigCheck.h"
 
 #include "ConfigStoreSupport.h"
+#include "VKConfigQuickLoad.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -406,6 +407,15 @@ void VKConfigCheckTest::agrees() {
     CoreKit::LogCapture log;
     const Owned<VKConfigModel> model = make<VKConfigModel>();
     const VKStatus status = model->loadInfo(nullptr, object);
+    // Read in one pass it is the same model, or left alone.
+    const Owned<VKConfigModel> quick = make<VKConfigModel>();
+    const QByteArray before = stateOf(*quick);
+    if (VKConfigDetail::quickLoad(*quick, text)) {
+        QCOMPARE(status, kVKStatusSuccess);
+        QCOMPARE(stateOf(*quick), stateOf(*model));
+    } else {
+        QCOMPARE(stateOf(*quick), before);
+    }
     if (!hasErrors(findings)) {
         QCOMPARE(status, kVKStatusSuccess);
         QJsonObject info;

@@ -299,6 +299,9 @@ void VKConfigJsonTest::texts() {
     QCOMPARE(events(log), loads ? QStringList() : QStringList(u"1005 VKConfigModel"_s));
     if (loads) {
         QCOMPARE(model->classID(), u"new"_s);
+        const Owned<VKConfigModel> other = make<VKConfigModel>();
+        QCOMPARE(other->loadInfo(nullptr, QJsonDocument::fromJson(text).object()), kVKStatusSuccess);
+        QCOMPARE(stateOf(*model), stateOf(*other));
     } else {
         QCOMPARE(written(*model), before);
         QCOMPARE(model->loadedVersion(), 7);

@@ -1,6 +1,8 @@
 // The root of a configuration: files and resources in, versions, what is written, merging; random trees there and
 // back.
 #include "VKConfigModel.h"
+#include "VKConfigArchive.h"
+#include "VKConfigQuickLoad.h"
 
 #include "ConfigSupport.h"
 #include "Support/DiskSupport.h"
@@ -181,6 +183,10 @@ private Q_SLOTS:
     void merges();
     void mergesNothing();
     void randomTrees();
+    void quickly();
+    void notQuickly_data();
+    void notQuickly();
+    void notOfItsOwnClasses();
     void randomMerges();
 };
 
@@ -468,7 +474,118 @@ void VKConfigModelTest::randomTrees() {
         QCOMPARE(model->loadPath(path), kVKStatusSuccess);
         QCOMPARE(int(model->loadedVersion()), tree.value(u"version"_s).toInt());
         QCOMPARE(written(*model), compact(expectedTree(tree)));
+        // However it was read, the model is the same.
+        const Owned<VKConfigModel> other = make<VKConfigModel>();
+        QCOMPARE(other->loadInfo(nullptr, tree), kVKStatusSuccess);
+        QCOMPARE(stateOf(*model), stateOf(*other));
+        // And however it is written, the bytes.
+        QJsonObject info;
+        QCOMPARE(model->createInfo(nullptr, info), kVKStatusSuccess);
+        QByteArray archive;
+        QVERIFY(VKConfigDetail::writeArchive(*model, archive));
+        QCOMPARE(archive, QJsonDocument(info).toJson());
     }
+}
+
+// A file that the system wrote is read in one pass; the pass replaces what was there.
+void VKConfigModelTest::quickly() {
+    const QByteArray text =
+        quoted("{'class_id':'m','version':4,'weight':-3,'enabled':false,'sort_by_weight':1,"
+               "'children':[{'items':[{'name':'k','display_name':'Gr\xc3\xbc\xc3\x9f'"
+               ",'value_type':2,'sort_alphabetically':true,'value':-12,'values':["
+               "{'value':0,'display_name':'b'},{'display_name':'A','value':999999999}]},"
+               "{'value':true,'value_type':1,'display_name':'','name':'f'}],"
+               "'weight':7,'class_id':'x'},{'class_id':'y','enabled':1,'items':[]}]}");
+    const QByteArrayList texts = {text, QJsonDocument::fromJson(text).toJson(), text + " \r\n\t"};
+    for (const QByteArray& bytes : texts) {
+        const Owned<VKConfigModel> quick = modelWith(kTwoBundles);
+        const Owned<VKConfigModel> slow = modelWith(kTwoBundles);
+        QVERIFY(VKConfigDetail::quickLoad(*quick, bytes));
+        QCOMPARE(slow->loadInfo(nullptr, QJsonDocument::fromJson(bytes).object()), kVKStatusSuccess);
+        QCOMPARE(stateOf(*quick), stateOf(*slow));
+        QCOMPARE(idsOf(*quick), u"y x"_s);
+        QVERIFY(!quick->enabled());
+        QByteArray archive;
+        QVERIFY(VKConfigDetail::writeArchive(*quick, archive));
+        QVERIFY(VKConfigDetail::quickLoad(*slow, archive));
+        QCOMPARE(slow->childCount(), 2);
+    }
+}
+
+void VKConfigModelTest::notQuickly_data() {
+    QTest::addColumn<QByteArray>("text");
+    const auto item = [](const QByteArray& members) -> QByteArray {
+        return quoted("{'class_id':'m','children':[{'class_id':'b','items':[{" + members + "}]}]}");
+    };
+    const QByteArray name = "'name':'n','display_name':'N',";
+    QTest::newRow("no class identifier") << quoted("{'version':1}");
+    QTest::newRow("unknown key") << quoted("{'class_id':'m','x':1}");
+    QTest::newRow("a key twice") << quoted("{'class_id':'m','class_id':'m'}");
+    QTest::newRow("children twice") << quoted("{'class_id':'m','children':[],'children':[]}");
+    QTest::newRow("an escape") << quoted("{'class_id':'\\u0041'}");
+    QTest::newRow("a control character") << quoted("{'class_id':'\t'}");
+    QTest::newRow("a replacement character") << quoted("{'class_id':'\xef\xbf\xbd'}");
+    QTest::newRow("a byte-order mark in a text") << quoted("{'class_id':'\xef\xbb\xbfx'}");
+    QTest::newRow("not UTF-8") << quoted("{'class_id':'\xff'}");
+    QTest::newRow("a text for a number") << quoted("{'class_id':'m','version':'1'}");
+    QTest::newRow("a boolean for a number") << quoted("{'class_id':'m','version':true}");
+    QTest::newRow("a point") << quoted("{'class_id':'m','version':1.0}");
+    QTest::newRow("an exponent") << quoted("{'class_id':'m','version':1e0}");
+    QTest::newRow("ten digits") << quoted("{'class_id':'m','version':1000000000}");
+    QTest::newRow("leading zero") << quoted("{'class_id':'m','version':01}");
+    QTest::newRow("minus alone") << quoted("{'class_id':'m','version':-}");
+    QTest::newRow("minus and leading zero") << quoted("{'class_id':'m','version':-01}");
+    QTest::newRow("null") << quoted("{'class_id':'m','version':null}");
+    QTest::newRow("half a word") << quoted("{'class_id':'m','enabled':tru}");
+    QTest::newRow("cut short") << quoted("{'class_id':'m'");
+    QTest::newRow("cut in a key") << quoted("{'class_id");
+    QTest::newRow("more behind") << quoted("{'class_id':'m'}{}");
+    QTest::newRow("a comma at the end") << quoted("{'class_id':'m',}");
+    QTest::newRow("a byte-order mark") << quoted("\xef\xbb\xbf{'class_id':'m'}");
+    QTest::newRow("empty object") << QByteArray("{}");
+    QTest::newRow("an array") << QByteArray("[]");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("a bundle without items") << quoted("{'class_id':'m','children':[{'class_id':'b'}]}");
+    QTest::newRow("a bundle without an identifier") << quoted("{'class_id':'m','children':[{'items':[]}]}");
+    QTest::newRow("an item without a name") << item("'display_name':'N','value_type':1,'value':true");
+    QTest::newRow("an item without a display name") << item("'name':'n','value_type':1,'value':true");
+    QTest::newRow("an item without a type") << item(name + "'value':true");
+    QTest::newRow("an item without a value") << item(name + "'value_type':1");
+    QTest::newRow("an unknown type") << item(name + "'value_type':3,'value':1");
+    QTest::newRow("a number for a boolean") << item(name + "'value_type':1,'value':1");
+    QTest::newRow("a boolean for a number") << item(name + "'value_type':2,'value':true,'values':[]");
+    QTest::newRow("no choices") << item(name + "'value_type':2,'value':1");
+    QTest::newRow("half a choice") << item(name + "'value_type':2,'value':1,'values':[{'value':1}]");
+    QTest::newRow("choices of a boolean") << item(name + "'value_type':1,'value':true,'values':[]");
+    QTest::newRow("a number for sorting")
+        << item(name + "'value_type':2,'value':1,'values':[],'sort_alphabetically':1");
+}
+
+void VKConfigModelTest::notQuickly() {
+    QFETCH(QByteArray, text);
+    const Owned<VKConfigModel> model = modelWith(kTwoBundles);
+    const QByteArray before = stateOf(*model);
+    QVERIFY(!VKConfigDetail::quickLoad(*model, text));
+    QCOMPARE(stateOf(*model), before);
+}
+
+void VKConfigModelTest::notOfItsOwnClasses() {
+    class OtherModel : public VKConfigModel {};
+    class OtherBundle : public VKConfigBundle {};
+    QByteArray bytes;
+    QVERIFY(!VKConfigDetail::quickLoad(*make<OtherModel>(), quoted("{'class_id':'m'}")));
+    QVERIFY(!VKConfigDetail::writeArchive(*make<OtherModel>(), bytes));
+    // A bundle whose identifier is a registered class of somebody else's.
+    VKNode::registerNode(u"special"_s, [] { return new OtherBundle; });
+    const QByteArray text = quoted("{'class_id':'m','children':[{'class_id':'special','items':[]}]}");
+    const Owned<VKConfigModel> model = make<VKConfigModel>();
+    QVERIFY(!VKConfigDetail::quickLoad(*model, text));
+    QCOMPARE(model->childCount(), 0);
+    QCOMPARE(model->loadInfo(nullptr, QJsonDocument::fromJson(text).object()), kVKStatusSuccess);
+    QVERIFY(dynamic_cast<OtherBundle*>(model->nodeAtIndex(0)) != nullptr);
+    QVERIFY(!VKConfigDetail::writeArchive(*model, bytes));
+    QVERIFY(bytes.isNull());
+    VKNode::registerNode(u"special"_s, nullptr);
 }
 
 // The rule of merging once more, on plain JSON: values only, where bundle, name and kind are known.

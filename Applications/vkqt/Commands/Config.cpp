@@ -381,7 +381,7 @@ const Registration kRegistration({
               u"list and check write JSON for scripts: one array with an object for each setting or finding."_s},
          {.name = u"changed"_s, .help = u"list shows only what differs from the defaults."_s},
          {.name = u"any"_s, .help = u"set takes a number that is none of the choices."_s},
-         {.name = u"defaults"_s, .help = u"check takes the files as defaults, not as a user's."_s}},
+         {.name = u"defaults"_s, .help = u"check takes the files as defaults, not as files of users."_s}},
     .examples =
         {
             {u"vkqt config list"_s, u"Every setting."_s},
