@@ -161,14 +161,16 @@ int fremovexattr(int file, const char* name) noexcept { PASS_ON(kAttributes, fre
 int open(const char* path, int flags, ...) {
     va_list list;
     va_start(list, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
+    const mode_t mode =
+        (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0; // NOLINT: started above
     va_end(list);
     PASS_ON(kOpens, open, path, flags, mode);
 }
 int openat(int folder, const char* path, int flags, ...) {
     va_list list;
     va_start(list, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
+    const mode_t mode =
+        (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0; // NOLINT: started above
     va_end(list);
     PASS_ON(kOpens, openat, folder, path, flags, mode);
 }
@@ -212,7 +214,7 @@ long syscall(long number, ...) noexcept {
     va_start(list, number);
     std::array<long, 6> arguments = {};
     for (long& argument : arguments) {
-        argument = va_arg(list, long);
+        argument = va_arg(list, long); // NOLINT: started above
     }
     va_end(list);
     static auto* const sNext = following<decltype(syscall)>("syscall");
