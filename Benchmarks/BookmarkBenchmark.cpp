@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -71,20 +72,18 @@ void resolveUnmoved(benchmark::State& state) {
 
 void floorOfSystemCalls(benchmark::State& state) {
     const QByteArray path = photo();
-    struct Room {
-        file_handle handle;
-        std::array<unsigned char, 128> bytes;
-    };
+    constexpr unsigned kHandleBytes = 128;
     for (auto _ : state) {
-        Room room = {};
-        room.handle.handle_bytes = sizeof room.bytes;
+        alignas(file_handle) std::array<std::byte, sizeof(file_handle) + kHandleBytes> room = {};
+        auto* const handle = reinterpret_cast<file_handle*>(room.data());
+        handle->handle_bytes = kHandleBytes;
         int mount = 0;
         struct statx record;
         const int item = open(path.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
         if (item < 0 || statx(item, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &record) != 0) {
             stop("statx");
         }
-        benchmark::DoNotOptimize(name_to_handle_at(item, "", &room.handle, &mount, AT_EMPTY_PATH));
+        benchmark::DoNotOptimize(name_to_handle_at(item, "", handle, &mount, AT_EMPTY_PATH));
         benchmark::DoNotOptimize(record);
         close(item);
     }

@@ -56,6 +56,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     checkData(sealed(data));
     checkData(sealed("VKBM\x01" + data));
     checkToken(data);
-    checkToken("portal:1:" + data);
+    checkToken(QByteArray("portal:1:" + data));
     return 0;
 }
