@@ -51,6 +51,9 @@ struct MountEntry {
 /// The entry whose place is exactly this path; the last one, which covers the others. Null when there is none.
 [[nodiscard]] const MountEntry* mountAt(const std::vector<MountEntry>& mounts, QByteArrayView place);
 
+/// The mount of the whole file system that this one shows a part of, when one can be reached; otherwise itself.
+[[nodiscard]] MountEntry wholeOf(const std::vector<MountEntry>& mounts, const MountEntry& part);
+
 /// Whether its answers come from another program or machine, so that they may never come: network and
 /// user-space file systems.
 [[nodiscard]] bool isServed(const MountEntry& mount);

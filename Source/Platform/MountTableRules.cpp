@@ -123,6 +123,17 @@ const MountEntry* mountAt(const std::vector<MountEntry>& mounts, QByteArrayView 
     return found == mounts.rend() ? nullptr : &*found;
 }
 
+MountEntry wholeOf(const std::vector<MountEntry>& mounts, const MountEntry& part) {
+    if (part.root == "/") {
+        return part;
+    }
+    const std::vector<MountEntry> reachable = reachableMounts(mounts);
+    const auto whole = std::find_if(reachable.begin(), reachable.end(), [&](const MountEntry& mount) {
+        return mount.root == "/" && mount.major == part.major && mount.minor == part.minor;
+    });
+    return whole == reachable.end() ? part : *whole;
+}
+
 bool isServed(const MountEntry& mount) {
     return mount.type.startsWith("fuse") || isNetworkFileSystem(mount.type, mount.source);
 }

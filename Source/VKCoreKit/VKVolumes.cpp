@@ -37,8 +37,8 @@ VKStatus bytesOf(CFURLRef url, QByteArray& path) {
 
 VKStatus statusOf(int error) { return static_cast<VKStatus>(error); }
 
-/// The mount that holds the item; 2 when it cannot be told.
-VKStatus mountOf(const QByteArray& path, MountEntry& mount) {
+/// The mount that holds the item, and that of its whole file system; 2 when they cannot be told.
+VKStatus mountOf(const QByteArray& path, MountEntry& mount, MountEntry& whole) {
     std::vector<MountEntry> mounts;
     if (const int error = mountedFileSystems(mounts); error != 0) {
         return statusOf(error);
@@ -47,6 +47,7 @@ VKStatus mountOf(const QByteArray& path, MountEntry& mount) {
     if (!found) {
         return ENOENT;
     }
+    whole = wholeOf(mounts, *found);
     mount = std::move(*found);
     return kVKStatusSuccess;
 }
@@ -191,13 +192,14 @@ VKStatus VKVolumeGetIdentity(CFURLRef url, VKVolumeIdentity* identity) {
     }
     QByteArray path;
     MountEntry mount;
+    MountEntry whole;
     if (const VKStatus status = bytesOf(url, path); status != kVKStatusSuccess) {
         return status;
     }
-    if (const VKStatus status = mountOf(path, mount); status != kVKStatusSuccess) {
+    if (const VKStatus status = mountOf(path, mount, whole); status != kVKStatusSuccess) {
         return status;
     }
-    identity->root = folderUrl(mount.place);
+    identity->root = folderUrl(whole.place);
     identity->uuid = decodeUtf8(uuidOf(mount));
     identity->networkSource = networkSource(mount, path);
     identity->hasMedium = deviceOf(mount).has_value();
@@ -275,7 +277,8 @@ CFStringRef VKFileMgrGetVolumeDisplayNameCopy(CFStringRef volume) {
 CFStringRef VKFileMgrGetVolumeUUIDCopy(CFURLRef url) {
     QByteArray path;
     MountEntry mount;
-    if (bytesOf(url, path) != kVKStatusSuccess || mountOf(path, mount) != kVKStatusSuccess) {
+    MountEntry whole;
+    if (bytesOf(url, path) != kVKStatusSuccess || mountOf(path, mount, whole) != kVKStatusSuccess) {
         return nullptr;
     }
     const QByteArray uuid = uuidOf(mount);

@@ -55,7 +55,7 @@ VKCORE_EXPORT CFURLRef VKVolumesCreateURL(CFStringRef place);
 
 /// By what a volume can be known again, best first.
 struct VKVolumeIdentity {
-    VKCFRef<CFURLRef> root;   ///< the folder where the volume is mounted
+    VKCFRef<CFURLRef> root;   ///< the folder where the volume is mounted as a whole, if it is
     QString uuid;             ///< as VKFileMgrGetVolumeUUIDCopy() tells it
     QByteArray networkSource; ///< the server and share of a network volume; empty for others
     bool hasMedium = false;   ///< it lies on a device of this machine, which a marker could be written on
@@ -63,8 +63,8 @@ struct VKVolumeIdentity {
 
 /// The identity of the volume that holds the item, which need not be its root. 1005 for null pointers, 1002
 /// when the URL names no file, 2 when there is no such item or its volume cannot be told. `*identity` changes
-/// only on success. Below the root of a network volume nothing is looked up: the path's text decides, whether
-/// or not the item exists.
+/// only on success. Below the root of a volume that another program or machine serves nothing is looked up: the
+/// path's text decides, whether or not the item exists.
 VKCORE_EXPORT VKStatus VKVolumeGetIdentity(CFURLRef url, VKVolumeIdentity* identity);
 
 /// The content of the marker file ".browse" in a volume's root: its first 255 bytes, up to the first zero byte.

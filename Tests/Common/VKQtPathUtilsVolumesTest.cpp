@@ -365,6 +365,11 @@ void VKQtPathUtilsVolumesTest::identityByMarker() {
         QCOMPARE(Disk::modeOf(mounted.place() + "/.browse"), 0644U);
         QCOMPARE(Disk::namesIn(mounted.place()), (QByteArrayList{".browse", "DCIM", "lost+found"}));
         QCOMPARE(identityOf(mounted.place()), id);
+        // A part of it that is mounted elsewhere is that volume still.
+        const Mounts::Mounted part("--bind '" + mounted.place() + "/DCIM'", folder + "/part");
+        QVERIFY2(part.isMounted(), part.message());
+        QCOMPARE(identityOf(part.place()), id);
+        QVERIFY(!Disk::exists(part.place() + "/.browse"));
     }
     QCOMPARE(Shell::outputOf("e2label " + disk.device() + " Renamed 2>&1").status, 0);
     const Mounts::Mounted again(disk.device(), folder + "/there");

@@ -61,12 +61,6 @@ DiskFacts factsOf(DiskObject properties, const DiskObject& drive = {}) {
     return disks.size() == 1 ? disks.front() : DiskFacts();
 }
 
-QByteArray numberOf(const QByteArray& device) {
-    struct stat record;
-    Disk::must(::stat(device.constData(), &record) == 0, "stat", device);
-    return QByteArray::number(qulonglong(record.st_rdev));
-}
-
 bool isMounted(const QByteArray& place) {
     std::vector<MountEntry> mounts;
     return mountedFileSystems(mounts) == 0 && mountAt(mounts, place) != nullptr;
@@ -282,7 +276,7 @@ void DiskServiceTest::unmountByStandIn() {
     const Mounts::Mounted mounted(disk.device(), folder + "/m");
     QVERIFY2(mounted.isMounted(), mounted.message());
     const Bus::SystemBus bus(folder);
-    const Bus::FakeDiskService service(bus, {numberOf(disk.device()), mounted.place(), behaviour});
+    const Bus::FakeDiskService service(bus, {Bus::numberOf(disk.device()), mounted.place(), behaviour});
     QVERIFY(service.isReady());
     QCOMPARE(unmountVolume(mounted.place()), error);
     QCOMPARE(isMounted(mounted.place()), staysMounted);
@@ -297,7 +291,7 @@ void DiskServiceTest::silentUnmount() {
     QVERIFY2(mounted.isMounted(), mounted.message());
     const Bus::SystemBus bus(folder);
     // A service that does not answer the question is as good as none.
-    const Bus::FakeDiskService service(bus, {numberOf(disk.device()), mounted.place(), "silent"});
+    const Bus::FakeDiskService service(bus, {Bus::numberOf(disk.device()), mounted.place(), "silent"});
     QVERIFY(service.isReady());
     QSemaphore ended;
     std::atomic<int> result = -1;
@@ -320,7 +314,7 @@ void DiskServiceTest::severalPlacesGoPastTheService() {
     QVERIFY2(first.isMounted() && second.isMounted(), second.message());
     const Bus::SystemBus bus(folder);
     // It would unmount the first.
-    const Bus::FakeDiskService service(bus, {numberOf(disk.device()), first.place(), "ok"});
+    const Bus::FakeDiskService service(bus, {Bus::numberOf(disk.device()), first.place(), "ok"});
     QVERIFY(service.isReady());
     QCOMPARE(unmountVolume(second.place()), 0);
     QVERIFY(isMounted(first.place()));

@@ -27,6 +27,7 @@ private Q_SLOTS:
     void reachingTwiceChangesNothing();
     void circles();
     void lastOneAtAPlace();
+    void wholeOfAPart();
     void served_data();
     void served();
     void theRealTable();
@@ -239,6 +240,17 @@ void MountTableTest::lastOneAtAPlace() {
     QVERIFY(mountAt(mounts, "/mnt") == nullptr);
     QVERIFY(mountAt(mounts, "/mnt/disk/") == nullptr);
     QVERIFY(mountAt(mounts, "") == nullptr);
+}
+
+void MountTableTest::wholeOfAPart() {
+    const auto mounts = parseMountInfo(MountTexts::kBinds);
+    const auto wholeAt = [&](const char* place) { return wholeOf(mounts, *mountAt(mounts, place)).place; };
+    QCOMPARE(wholeAt("/mnt/album"), QByteArray("/mnt/card"));
+    QCOMPARE(wholeAt("/mnt/again"), QByteArray("/mnt/again"));
+    QCOMPARE(wholeAt("/mnt/part"), QByteArray("/boot/data"));
+    QCOMPARE(wholeAt("/"), QByteArray("/"));
+    const auto alone = parseMountInfo(MountTexts::kDockerContainer);
+    QCOMPARE(wholeOf(alone, *mountAt(alone, "/photos")).place, QByteArray("/photos"));
 }
 
 void MountTableTest::served_data() {

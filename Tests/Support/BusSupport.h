@@ -64,6 +64,13 @@ private:
     std::unique_ptr<Processes::Running> mDaemon;
 };
 
+/// The number of a device as the service tells it.
+inline QByteArray numberOf(const QByteArray& device) {
+    struct stat record;
+    Disk::must(::stat(device.constData(), &record) == 0, "stat", device);
+    return QByteArray::number(qulonglong(record.st_rdev));
+}
+
 /// The stand-in: one disk with the device number, mounted at the place. `behaviour` is what Unmount does: "ok"
 /// unmounts, "busy", "dismissed" and "forbidden" refuse, "silent" never answers anything.
 class FakeDiskService {

@@ -1,6 +1,7 @@
 // Volumes by URL: statuses, and the real system's list, names and identities.
 #include "VKCoreKit/VKVolumes.h"
 
+#include "Support/BusSupport.h"
 #include "Support/DiskSupport.h"
 #include "Support/MountSupport.h"
 #include "Support/VKTest.h"
@@ -30,6 +31,9 @@ private Q_SLOTS:
     void identityWithoutAnything();
     void serverThatIsSilent();
     void serverThatIsGone();
+    void diskServiceKnowsMore_data();
+    void diskServiceKnowsMore();
+    void unmountingThroughTheDiskService();
     void namesThatAreNoText();
     void placesByText();
     void displayNames();
@@ -293,6 +297,66 @@ void VKVolumesTest::serverThatIsGone() {
     disk.killClient();
     QTRY_VERIFY(!volumeAt(disk.place()).isOnline);
     QVERIFY(volumeAt(disk.place(), VKVolumeDetail::Places).url);
+}
+
+void VKVolumesTest::diskServiceKnowsMore_data() {
+    QTest::addColumn<QByteArrayList>("properties");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("ejectable");
+    QTest::newRow("a chosen name before the label")
+        << QByteArrayList{"Block.HintName=Camera"} << u"Camera"_s << false;
+    QTest::newRow("the label that the file system says itself")
+        << QByteArrayList{"Block.IdLabel=Other"} << u"Label"_s << false;
+    QTest::newRow("a drive that ejects") << QByteArrayList{"Drive.Ejectable=true"} << u"Label"_s << true;
+    QTest::newRow("a removable medium") << QByteArrayList{"Drive.MediaRemovable=true"} << u"Label"_s << true;
+    QTest::newRow("a stick") << QByteArrayList{"Drive.ConnectionBus=usb"} << u"Label"_s << true;
+    QTest::newRow("a disk of the machine") << QByteArrayList{"Drive.Removable=false"} << u"Label"_s << false;
+}
+
+void VKVolumesTest::diskServiceKnowsMore() {
+    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
+                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+    QFETCH(QByteArrayList, properties);
+    QFETCH(QString, name);
+    QFETCH(bool, ejectable);
+    const QByteArray folder = newFolder();
+    const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q -L Label", 8);
+    const Mounts::Mounted mounted(disk.device(), folder + "/m");
+    QVERIFY2(mounted.isMounted(), mounted.message());
+    const Bus::SystemBus bus(folder);
+    const Bus::FakeDiskService service(
+        bus, QByteArrayList{Bus::numberOf(disk.device()), mounted.place(), "ok"} + properties);
+    QVERIFY(service.isReady());
+    const VKVolume volume = volumeAt(mounted.place());
+    QCOMPARE(volume.name, name);
+    QCOMPARE(volume.isRemovable, ejectable);
+    QCOMPARE(displayNameOf(QString::fromUtf8(mounted.place())), name);
+    bool answer = !ejectable;
+    QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place()).get(), &answer), VKStatus(0));
+    QCOMPARE(answer, ejectable);
+    // Only the volume's root is asked about.
+    QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place() + "/lost+found").get(), &answer), VKStatus(EINVAL));
+    QCOMPARE(answer, ejectable);
+}
+
+void VKVolumesTest::unmountingThroughTheDiskService() {
+    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
+                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+    const QByteArray folder = newFolder();
+    const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
+    const Mounts::Mounted mounted(disk.device(), folder + "/m");
+    QVERIFY2(mounted.isMounted(), mounted.message());
+    const Bus::SystemBus bus(folder);
+    {
+        const Bus::FakeDiskService refuses(bus, {Bus::numberOf(disk.device()), mounted.place(), "dismissed"});
+        QVERIFY(refuses.isReady());
+        QCOMPARE(Unmounting(mounted.place()).status(), VKStatus(ECANCELED));
+        QVERIFY(volumeAt(mounted.place(), VKVolumeDetail::Places).url);
+    }
+    const Bus::FakeDiskService unmounts(bus, {Bus::numberOf(disk.device()), mounted.place(), "ok"});
+    QVERIFY(unmounts.isReady());
+    QCOMPARE(Unmounting(mounted.place()).status(), VKStatus(0));
+    QVERIFY(!volumeAt(mounted.place(), VKVolumeDetail::Places).url);
 }
 
 void VKVolumesTest::namesThatAreNoText() {
