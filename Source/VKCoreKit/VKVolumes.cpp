@@ -226,22 +226,19 @@ VKStatus VKVolumeGetEjectable(CFURLRef url, bool* ejectable) {
         return kVKStatusBadArgument;
     }
     QByteArray path;
+    MountEntry mount;
+    MountEntry whole;
     if (const VKStatus status = bytesOf(url, path); status != kVKStatusSuccess) {
         return status;
     }
-    std::vector<MountEntry> mounts;
-    if (const int error = mountedFileSystems(mounts); error != 0) {
-        return statusOf(error);
-    }
-    const MountEntry* mount = mountAt(mounts, path);
-    if (mount == nullptr) {
-        return EINVAL;
+    if (const VKStatus status = mountOf(path, mount, whole); status != kVKStatusSuccess) {
+        return status;
     }
     std::vector<DiskFacts> disks;
-    if (deviceOf(*mount)) {
+    if (deviceOf(mount)) {
         static_cast<void>(askDiskService(disks));
     }
-    *ejectable = isEjectable(*mount, disks);
+    *ejectable = isEjectable(mount, disks);
     return kVKStatusSuccess;
 }
 

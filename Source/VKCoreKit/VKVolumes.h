@@ -75,10 +75,10 @@ VKCORE_EXPORT VKStatus VKVolumeReadMarker(CFURLRef root, QByteArray* content);
 /// of several processes exactly one succeeds and the others read its marker.
 VKCORE_EXPORT VKStatus VKVolumeCreateMarker(CFURLRef root, const QByteArray& identifier);
 
-/// Whether the user can take the volume out: its drive or the medium in it is removable, by the desktop's disk
-/// service (asked for half a second at most), else by what the kernel says of the device. `url` is the root of
-/// the volume. 1005 for null pointers, 1002 when the URL names no file, 22 when nothing is mounted there.
-/// `*ejectable` changes only on success; a volume without a device of its own is not ejectable.
+/// Whether the user can take out the volume that holds the item: its drive or the medium in it is removable, by the
+/// desktop's disk service (asked for half a second at most), else by what the kernel says of the device. Statuses
+/// and look-up are those of VKVolumeGetIdentity(). `*ejectable` changes only on success; a volume without a device
+/// of its own is not ejectable.
 VKCORE_EXPORT VKStatus VKVolumeGetEjectable(CFURLRef url, bool* ejectable);
 
 /// Called once, on a thread of the library's, when the unmounting has ended: 0, 16 the volume is in use, 1 no

@@ -181,7 +181,7 @@ void DiskServiceTest::noBus() {
 }
 
 void DiskServiceTest::noService() {
-    VKTEST_NEEDS(Bus::SystemBus::canBeMade(), "dbus-daemon, busctl and gdbus");
+    VKTEST_NEEDS(Bus::SystemBus::canBeMade(), "dbus-daemon and gdbus");
     const Bus::SystemBus bus(newFolder());
     QVERIFY(bus.isReady());
     std::vector<DiskFacts> disks;
@@ -189,8 +189,7 @@ void DiskServiceTest::noService() {
 }
 
 void DiskServiceTest::standIn() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(),
-                 "dbus-daemon, busctl, gdbus, python3-dbus and python3-gi");
+    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(), "dbus-daemon, gdbus, python3-dbus and python3-gi");
     const Bus::SystemBus bus(newFolder());
     const Bus::FakeDiskService service(bus, {QByteArray::number(qulonglong(makedev(8, 17))), "/media/x y",
                                              "ok", "Block.IdLabel=Label", "Block.HintName=Käärd",
@@ -218,8 +217,7 @@ void DiskServiceTest::standInWithManyKinds_data() {
 }
 
 void DiskServiceTest::standInWithManyKinds() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(),
-                 "dbus-daemon, busctl, gdbus, python3-dbus and python3-gi");
+    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(), "dbus-daemon, gdbus, python3-dbus and python3-gi");
     QFETCH(QByteArrayList, words);
     QFETCH(bool, ejectable);
     const Bus::SystemBus bus(newFolder());
@@ -232,8 +230,7 @@ void DiskServiceTest::standInWithManyKinds() {
 }
 
 void DiskServiceTest::silentService() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(),
-                 "dbus-daemon, busctl, gdbus, python3-dbus and python3-gi");
+    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade(), "dbus-daemon, gdbus, python3-dbus and python3-gi");
     const Bus::SystemBus bus(newFolder());
     const Bus::FakeDiskService service(bus, {"2065", "-", "silent"});
     QVERIFY(service.isReady());
@@ -242,7 +239,7 @@ void DiskServiceTest::silentService() {
 }
 
 void DiskServiceTest::silentBus() {
-    VKTEST_NEEDS(Bus::SystemBus::canBeMade(), "dbus-daemon, busctl and gdbus");
+    VKTEST_NEEDS(Bus::SystemBus::canBeMade(), "dbus-daemon and gdbus");
     Bus::SystemBus bus(newFolder());
     QVERIFY(bus.isReady());
     bus.daemon().signal(SIGSTOP);
@@ -267,7 +264,7 @@ void DiskServiceTest::unmountByStandIn_data() {
 
 void DiskServiceTest::unmountByStandIn() {
     VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
     QFETCH(QByteArray, behaviour);
     QFETCH(int, error);
     QFETCH(bool, staysMounted);
@@ -284,7 +281,7 @@ void DiskServiceTest::unmountByStandIn() {
 
 void DiskServiceTest::silentUnmount() {
     VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
     const QByteArray folder = newFolder();
     const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
     const Mounts::Mounted mounted(disk.device(), folder + "/m");
@@ -306,7 +303,7 @@ void DiskServiceTest::silentUnmount() {
 
 void DiskServiceTest::severalPlacesGoPastTheService() {
     VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
     const QByteArray folder = newFolder();
     const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
     const Mounts::Mounted first(disk.device(), folder + "/first");
@@ -323,7 +320,7 @@ void DiskServiceTest::severalPlacesGoPastTheService() {
 
 void DiskServiceTest::realService() {
     VKTEST_NEEDS(Bus::RealDiskService::canBeMade(),
-                 "root, loop devices, dbus-daemon, busctl, gdbus, udev and udisks2");
+                 "root, loop devices, dbus-daemon, gdbus, udev and udisks2");
     const QByteArray folder = newFolder();
     const Bus::SystemBus bus(folder);
     const Bus::RealDiskService service(bus);

@@ -27,7 +27,9 @@ public:
             QByteArrayList{"dbus-daemon", "--config-file=" + folder + "/bus.conf", "--nofork", "--nopidfile"},
             folder + "/bus.log");
         // The client waits for nothing; the socket appears with the daemon.
-        mReady = Shell::outputOf("for i in $(seq 100); do busctl --system list >/dev/null 2>&1 && exit 0; "
+        mReady = Shell::outputOf("for i in $(seq 100); do gdbus call --system --dest org.freedesktop.DBus "
+                                 "--object-path / --method "
+                                 "org.freedesktop.DBus.GetId >/dev/null 2>&1 && exit 0; "
                                  "[ -d /proc/" +
                                  QByteArray::number(mDaemon->pid()) + " ] || exit 1; done; exit 1")
                      .status == 0;
@@ -44,8 +46,7 @@ public:
     }
 
     [[nodiscard]] static bool canBeMade() {
-        return Disk::exists("/usr/bin/dbus-daemon") && Disk::exists("/usr/bin/busctl") &&
-               Disk::exists("/usr/bin/gdbus");
+        return Disk::exists("/usr/bin/dbus-daemon") && Disk::exists("/usr/bin/gdbus");
     }
 
     [[nodiscard]] bool isReady() const { return mReady; }

@@ -315,7 +315,7 @@ void VKVolumesTest::diskServiceKnowsMore_data() {
 
 void VKVolumesTest::diskServiceKnowsMore() {
     VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
     QFETCH(QByteArrayList, properties);
     QFETCH(QString, name);
     QFETCH(bool, ejectable);
@@ -334,14 +334,17 @@ void VKVolumesTest::diskServiceKnowsMore() {
     bool answer = !ejectable;
     QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place()).get(), &answer), VKStatus(0));
     QCOMPARE(answer, ejectable);
-    // Only the volume's root is asked about.
-    QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place() + "/lost+found").get(), &answer), VKStatus(EINVAL));
+    answer = !ejectable;
+    QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place() + "/lost+found").get(), &answer), VKStatus(0));
     QCOMPARE(answer, ejectable);
+    answer = !ejectable;
+    QCOMPARE(VKVolumeGetEjectable(urlOf(mounted.place() + "/none").get(), &answer), VKStatus(ENOENT));
+    QCOMPARE(answer, !ejectable);
 }
 
 void VKVolumesTest::unmountingThroughTheDiskService() {
     VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, busctl, gdbus, python3-dbus, python3-gi, root and loop devices");
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
     const QByteArray folder = newFolder();
     const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
     const Mounts::Mounted mounted(disk.device(), folder + "/m");

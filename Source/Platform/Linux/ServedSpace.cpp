@@ -75,9 +75,10 @@ bool start(const QByteArray& place, Question& question) {
     question.answer = FileDescriptor(ends[0]);
     const FileDescriptor write(ends[1]);
     SpawnActions actions;
-    posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(actions.get(), write.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(actions.get(), write.get(), STDERR_FILENO);
+    // Last, because the pipe may have got the number of a standard input that this program has closed.
+    posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addclosefrom_np(actions.get(), STDERR_FILENO + 1);
     posix_spawn_file_actions_addchdir_np(actions.get(), "/");
     SpawnAttributes attributes;
