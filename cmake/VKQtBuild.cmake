@@ -63,6 +63,7 @@ function(vkqt_add_test)
   set_target_properties(${compiled} PROPERTIES AUTOMOC ON AUTOGEN_ORIGIN_DEPENDS OFF)
   add_dependencies(vkqt_generated ${compiled}_autogen)
   target_link_libraries(${compiled} PRIVATE ${libraries})
+  target_precompile_headers(${compiled} REUSE_FROM VKTestPrecompiled)
 
   foreach(rule IN LISTS rules)
     set(target ${T_NAME})

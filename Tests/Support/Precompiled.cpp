@@ -1,0 +1,1 @@
+// Stands for the headers that the tests share precompiled; has nothing of its own.
