@@ -43,7 +43,18 @@ struct Record : BookmarkData {
         bookmark = data;
     }
 
+    void setPath(const VKQtPath& newPath) {
+        path = newPath;
+        pathHash = qHash(newPath);
+    }
+
+    // Whether access to this item is access to that of the path: the same, or in this folder.
+    [[nodiscard]] bool covers(const VKQtPath& other, std::size_t otherHash) const {
+        return (otherHash == pathHash && other == path) || other.startsWith(path);
+    }
+
     VKQtPath path;
+    std::size_t pathHash = 0; // equal paths have equal hashes, and comparing without case is slow
 };
 
 // All records are made by createBookmarkData().
@@ -147,7 +158,7 @@ void VKBookmarkManager::addBookmarkData(CFURLRef url, CFDataRef data, bool entit
         static_cast<void>(VKQtPathUtils::loadSecurityToken(path));
     }
     auto made = std::make_unique<Record>(path.securityToken(), entitled, path.isFolder());
-    made->path = VKQtPath(path.path(), path.isFolder());
+    made->setPath(VKQtPath(path.path(), path.isFolder())); // without the token
 
     const std::lock_guard lock(mMutex);
     if (BookmarkData* const known = recordIn(mRecords.get(), url)) {
@@ -158,6 +169,7 @@ void VKBookmarkManager::addBookmarkData(CFURLRef url, CFDataRef data, bool entit
         return;
     }
     CFDictionarySetValue(mRecords.get(), url, addressOf(made.get()).get());
+    mAllRecords.clear();
     static_cast<void>(made.release()); // the registry's from here on
 }
 
@@ -270,13 +282,12 @@ bool VKBookmarkManager::hasSandboxAccess(const VKQtPath& path, CFDataRef* token)
     if (!VKProcessGetSandboxed() || path.path().isEmpty()) {
         return true;
     }
+    const std::size_t hash = qHash(path);
     // Nothing is called out to while the lock is held: paths are compared as text.
     const std::lock_guard lock(mMutex);
-    std::vector<const void*> values(static_cast<std::size_t>(CFDictionaryGetCount(mRecords.get())));
-    CFDictionaryGetKeysAndValues(mRecords.get(), nullptr, values.data());
-    for (const void* const value : values) {
-        Record* const record = asRecord(getBookmarkFromCFDataRef(static_cast<CFDataRef>(value)));
-        if (path != record->path && !path.startsWith(record->path)) {
+    for (BookmarkData* const data : allRecords()) {
+        Record* const record = asRecord(data);
+        if (!record->covers(path, hash)) {
             continue;
         }
         // One that is neither checked out nor entitled decides nothing: a folder further up may.
@@ -323,6 +334,7 @@ void VKBookmarkManager::destroyBookmarkData(CFURLRef url, BookmarkData* record) 
         const std::lock_guard lock(mMutex);
         if (recordIn(mRecords.get(), url) == record) {
             CFDictionaryRemoveValue(mRecords.get(), url);
+            mAllRecords.clear();
         }
     }
     owned->setData(nullptr);
@@ -340,4 +352,16 @@ VKBookmarkManager::Found VKBookmarkManager::find(CFURLRef url) {
         found.entitled = found.record->entitled;
     }
     return found;
+}
+
+const std::vector<VKBookmarkManager::BookmarkData*>& VKBookmarkManager::allRecords() {
+    const auto count = static_cast<std::size_t>(CFDictionaryGetCount(mRecords.get()));
+    if (mAllRecords.size() != count) {
+        std::vector<const void*> values(count);
+        CFDictionaryGetKeysAndValues(mRecords.get(), nullptr, values.data());
+        for (const void* const value : values) {
+            mAllRecords.push_back(getBookmarkFromCFDataRef(static_cast<CFDataRef>(value)));
+        }
+    }
+    return mAllRecords;
 }

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <vector>
 
 /// Outside a sandbox every operation does nothing, and answers as if all were allowed unless told otherwise.
 /// Whether the process is sandboxed is asked on every call.
@@ -127,6 +128,9 @@ private:
     };
     [[nodiscard]] Found find(CFURLRef url);
 
+    // Every record in the dictionary's order. Under the lock only.
+    [[nodiscard]] const std::vector<BookmarkData*>& allRecords();
+
     /// The instance if there is one: what only gives something back does not make one.
     [[nodiscard]] static VKBookmarkManager* existingInstance() { return sInstance; }
 
@@ -135,4 +139,5 @@ private:
     std::mutex mMutex; // guards the registry and its records, but for their counts
     // CFURL -> CFData that holds the address of a record, so that the dictionary itself frees none.
     VKCFRef<CFMutableDictionaryRef> mRecords;
+    std::vector<BookmarkData*> mAllRecords; // the same for searches; empty when the dictionary has changed
 };

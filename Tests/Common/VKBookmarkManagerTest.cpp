@@ -615,11 +615,14 @@ void VKBookmarkManagerTest::destroyingARecord() {
     manager->addBookmarkData(url.get(), data.get(), false);
     QVERIFY(manager->checkOutPath(url.get()));
     QVERIFY(manager->checkOutPath(url.get()));
+    QVERIFY(manager->hasSandboxAccess(filePath("/photos/a.jpg"), nullptr));
     manager->destroyBookmarkData(url.get(), manager->getBookmarkData(url.get(), true));
+    manager->addBookmarkData(urlOf("/photos/b.jpg").get(), nullptr, true); // as many as before
     QCOMPARE(openScopes(textOf(url)), 0);
     QCOMPARE(CFGetRetainCount(data.get()), CFIndex{1});
     QCOMPARE(manager->getBookmarkData(url.get(), true), nullptr);
     QVERIFY(!manager->hasSandboxAccess(filePath("/photos/a.jpg"), nullptr));
+    QVERIFY(manager->hasSandboxAccess(filePath("/photos/b.jpg"), nullptr));
 }
 
 void VKBookmarkManagerTest::destroyingALooseRecord() {
