@@ -35,6 +35,9 @@ struct Scalar {
 using MaybeText = std::optional<QString>;
 using MaybeScalar = std::optional<Scalar>;
 
+/// Of just that class: a subclass may read more.
+bool isBundle(const VKNode& node) { return typeid(node) == typeid(VKConfigBundle); }
+
 struct NodeFields {
     MaybeText classID;
     MaybeScalar weight;
@@ -234,7 +237,7 @@ private:
         }
         const std::unique_ptr<VKNode, Releaser> node(
             VKNode::createNodeOfType(QStringLiteral("VKConfigBundle"), *fields.classID));
-        if (node == nullptr || typeid(*node) != typeid(VKConfigBundle)) {
+        if (node == nullptr || !isBundle(*node)) {
             return false;
         }
         node->AddRef();

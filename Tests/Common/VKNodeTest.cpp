@@ -460,9 +460,9 @@ void VKNodeTest::moveOutOfRange() {
     LogCapture log;
     QCOMPARE(parent->moveChild(-1, 0), kVKStatusBadArgument);
     QCOMPARE(events(log), QStringList(u"1005 VKNode"_s));
-    QVERIFY_EXCEPTION_THROWN(static_cast<void>(parent->moveChild(3, 0)), std::out_of_range);
-    QVERIFY_EXCEPTION_THROWN(static_cast<void>(parent->moveChild(INT_MAX, -1)), std::out_of_range);
-    QVERIFY_EXCEPTION_THROWN(static_cast<void>(make<VKNode>()->moveChild(0, 0)), std::out_of_range);
+    QVERIFY_THROWS_EXCEPTION(std::out_of_range, static_cast<void>(parent->moveChild(3, 0)));
+    QVERIFY_THROWS_EXCEPTION(std::out_of_range, static_cast<void>(parent->moveChild(INT_MAX, -1)));
+    QVERIFY_THROWS_EXCEPTION(std::out_of_range, static_cast<void>(make<VKNode>()->moveChild(0, 0)));
     QCOMPARE(events(log), QStringList());
     QCOMPARE(lettersOf(*parent), u"abc"_s);
 }
