@@ -530,8 +530,8 @@ void VKQtPathUtilsVolumesTest::lists() {
 }
 
 void VKQtPathUtilsVolumesTest::emptyPredicate() {
-    QVERIFY_EXCEPTION_THROWN(static_cast<void>(VKQtPathUtils::stringListToQPathList({u"/a"_s}, nullptr)),
-                             std::bad_function_call);
+    QVERIFY_THROWS_EXCEPTION(std::bad_function_call,
+                             static_cast<void>(VKQtPathUtils::stringListToQPathList({u"/a"_s}, nullptr)));
 }
 
 VKTEST_MAIN_WITH_OWN_MOUNTS(VKQtPathUtilsVolumesTest)
