@@ -5,30 +5,14 @@
 #include "Platform/FileFacts.h"
 #include "Platform/TreeCopy.h"
 #include "VKCoreKit/VKFileMgrUrl.h"
+#include "VKCoreKit/VKFileWatcher.h"
 #include "VKCoreKit/VKProgressInternal.h"
 
 #include <cerrno>
 
 namespace {
 
-/// Passes bytes on to the progress object and asks it whether to go on.
-class FileWatcher final : public VKPlatform::CopyWatcher {
-public:
-    FileWatcher(VKProgress* progress, std::uint64_t total) : mProgress(progress), mTotal(total) {}
-
-    int copied(std::uint64_t bytes) override {
-        mDone += bytes;
-        VKProgressDoBytes(mProgress, {.done = mDone, .total = mTotal});
-        return VKProgressGetCancel(mProgress) ? ECANCELED : 0;
-    }
-
-private:
-    VKProgress* mProgress;
-    std::uint64_t mDone = 0;
-    std::uint64_t mTotal;
-};
-
-/// The same for a tree, with its steps. Keeps the status with which a step was answered.
+/// Passes on what a tree's copy tells, with its steps. Keeps the status with which a step was answered.
 class FolderWatcher final : public VKPlatform::TreeWatcher {
 public:
     explicit FolderWatcher(VKProgress* progress) : mProgress(progress) {}
@@ -84,7 +68,7 @@ VKStatus copyOne(const QByteArray& from, const QByteArray& to, VKProgress* progr
     const bool isSized = progressWantsBytes(progress) &&
                          VKPlatform::fileDetails(from, VKPlatform::LinkRule::Keep, details) == 0 &&
                          details.kind == VKPlatform::FileKind::File;
-    FileWatcher watcher(progress, isSized ? static_cast<std::uint64_t>(details.sizeBytes) : 0);
+    VKFileWatcher watcher(progress, isSized ? static_cast<std::uint64_t>(details.sizeBytes) : 0);
     const int error = VKPlatform::copyFile(from, to, {}, &watcher);
     return error == ECANCELED && VKProgressGetCancel(progress) ? kVKStatusCancelled
                                                                : static_cast<VKStatus>(error);

@@ -4,28 +4,12 @@
 #include "Platform/FileFacts.h"
 #include "Platform/FileMove.h"
 #include "VKCoreKit/VKFileMgrUrl.h"
+#include "VKCoreKit/VKFileWatcher.h"
 #include "VKCoreKit/VKProgressInternal.h"
 
 #include <cerrno>
 
 namespace {
-
-/// Passes bytes on to the progress object and asks it whether to go on.
-class MoveWatcher final : public VKPlatform::CopyWatcher {
-public:
-    MoveWatcher(VKProgress* progress, std::uint64_t total) : mProgress(progress), mTotal(total) {}
-
-    int copied(std::uint64_t bytes) override {
-        mDone += bytes;
-        VKProgressDoBytes(mProgress, {.done = mDone, .total = mTotal});
-        return VKProgressGetCancel(mProgress) ? ECANCELED : 0;
-    }
-
-private:
-    VKProgress* mProgress;
-    std::uint64_t mDone = 0;
-    std::uint64_t mTotal;
-};
 
 VKStatus moveOne(const QByteArray& from, const QByteArray& to, VKProgress* progress) {
     if (progress == nullptr) {
@@ -35,7 +19,7 @@ VKStatus moveOne(const QByteArray& from, const QByteArray& to, VKProgress* progr
     const bool isSized = progressWantsBytes(progress) &&
                          VKPlatform::fileDetails(from, VKPlatform::LinkRule::Keep, details) == 0 &&
                          details.kind == VKPlatform::FileKind::File;
-    MoveWatcher watcher(progress, isSized ? static_cast<std::uint64_t>(details.sizeBytes) : 0);
+    VKFileWatcher watcher(progress, isSized ? static_cast<std::uint64_t>(details.sizeBytes) : 0);
     const int error = VKPlatform::moveItem(from, to, &watcher);
     return error == ECANCELED && VKProgressGetCancel(progress) ? kVKStatusCancelled
                                                                : static_cast<VKStatus>(error);

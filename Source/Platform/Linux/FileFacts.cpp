@@ -20,6 +20,8 @@ std::optional<std::int64_t> milliseconds(const statx_timestamp& time) {
     return result;
 }
 
+} // namespace
+
 FileKind kindOfMode(unsigned mode) {
     switch (mode & S_IFMT) {
     case S_IFREG:
@@ -32,8 +34,6 @@ FileKind kindOfMode(unsigned mode) {
         return FileKind::Special;
     }
 }
-
-} // namespace
 
 int statxDetails(int folder, const char* name, LinkRule links, FileDetails& out) {
     constexpr unsigned kWanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;

@@ -4,6 +4,7 @@
 #include "Platform/FileDescriptor.h"
 #include "Platform/Linux/OpenPath.h"
 #include "Platform/Linux/Place.h"
+#include "Platform/Linux/StatxDetails.h"
 #include "Platform/WholeFile.h"
 
 #include <QStringBuilder>
@@ -57,19 +58,6 @@ int openItem(const QByteArray& path, FileDescriptor& out) {
     return out.isOpen() ? 0 : errno;
 }
 
-FileKind kindOf(unsigned mode) {
-    switch (mode & S_IFMT) {
-    case S_IFREG:
-        return FileKind::File;
-    case S_IFDIR:
-        return FileKind::Folder;
-    case S_IFLNK:
-        return FileKind::Link;
-    default:
-        return FileKind::Special;
-    }
-}
-
 FileTime timeOf(const statx_timestamp& time) { return {time.tv_sec, time.tv_nsec}; }
 
 /// A handle with room for the longest one.
@@ -105,7 +93,7 @@ int identify(const QByteArray& path, FileIdentity& out) {
         return errno;
     }
     out = FileIdentity();
-    out.kind = kindOf(record.stx_mode);
+    out.kind = kindOfMode(record.stx_mode);
     out.inode = record.stx_ino;
     out.sizeBytes = record.stx_size;
     out.modified = timeOf(record.stx_mtime);
