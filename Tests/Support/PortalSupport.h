@@ -185,6 +185,19 @@ inline QByteArray thisProgram() {
     return QByteArray(target.data(), size);
 }
 
+/// What a sanitizer's runtime has to find in the sandbox too: the list that TSAN_OPTIONS names.
+inline QByteArrayList sanitizerFiles() {
+    constexpr QByteArrayView kKey("suppressions=");
+    const QByteArray options = qgetenv("TSAN_OPTIONS");
+    const qsizetype key = options.indexOf(kKey);
+    if (key < 0) {
+        return {};
+    }
+    const QByteArray rest = options.sliced(key + kKey.size());
+    const QByteArray file = rest.first(rest.indexOf(':') < 0 ? rest.size() : rest.indexOf(':'));
+    return {"--ro-bind", file, file};
+}
+
 /// The words that run `program`, which becomes /app/program, as an application in a sandbox: it sees the system's
 /// programs, and of the user's files only its documents. `folder` takes the file that says so.
 inline QByteArrayList sandboxed(const QByteArray& application, const QByteArray& folder,
@@ -213,9 +226,8 @@ inline QByteArrayList sandboxed(const QByteArray& application, const QByteArray&
                           "--bind",         runtime + "/doc/by-app/" + application,
                           runtime + "/doc", "--bind",
                           runtime + "/bus", runtime + "/bus",
-                          "--unshare-pid",  "--die-with-parent",
-                          "/app/program"} +
-           arguments;
+                          "--unshare-pid",  "--die-with-parent"} +
+           sanitizerFiles() + QByteArrayList{"/app/program"} + arguments;
 }
 
 } // namespace Portal

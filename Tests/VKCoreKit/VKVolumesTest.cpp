@@ -10,9 +10,10 @@
 #include <CoreFoundation/CFQt.h>
 
 #include <QRegularExpression>
-#include <QSemaphore>
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <poll.h>
 
 using namespace Qt::StringLiterals;
@@ -101,18 +102,24 @@ public:
         if (mStart != 0) {
             return mStart;
         }
-        mEnded.acquire();
+        std::unique_lock lock(mMutex);
+        mChanged.wait(lock, [this] { return mHasEnded; });
         return mStatus;
     }
 
 private:
     static void done(VKStatus status, void* context) {
         auto* self = static_cast<Unmounting*>(context);
+        // Told under the lock: the one that waits may be gone as soon as it is let go.
+        const std::lock_guard lock(self->mMutex);
         self->mStatus = status;
-        self->mEnded.release();
+        self->mHasEnded = true;
+        self->mChanged.notify_all();
     }
 
-    QSemaphore mEnded;
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    bool mHasEnded = false;
     VKStatus mStatus = 0;
     VKStatus mStart;
 };
