@@ -68,6 +68,7 @@ void resolveUnmoved(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(url.get());
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 void floorOfSystemCalls(benchmark::State& state) {
@@ -87,6 +88,7 @@ void floorOfSystemCalls(benchmark::State& state) {
         benchmark::DoNotOptimize(record);
         close(item);
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 void create(benchmark::State& state) {
@@ -94,6 +96,7 @@ void create(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(bookmarkOf(path));
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 void resolveRenamed(benchmark::State& state) {
@@ -110,6 +113,7 @@ void resolveRenamed(benchmark::State& state) {
             break;
         }
     }
+    state.SetItemsProcessed(state.iterations());
     if (rename(renamed.constData(), path.constData()) != 0) {
         stop("rename");
     }
@@ -119,6 +123,7 @@ void nothing(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::ClobberMemory();
     }
+    state.SetItemsProcessed(state.iterations());
 }
 
 BENCHMARK(nothing)->Name("bookmark unmoved/nothing");
