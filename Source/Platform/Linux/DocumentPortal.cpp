@@ -4,7 +4,7 @@
 #include "Platform/FileDescriptor.h"
 #include "Platform/FileFacts.h"
 #include "Platform/Linux/OpenPath.h"
-#include "Platform/Linux/SessionBus.h"
+#include "Platform/Linux/PortalCall.h"
 
 #include <QStringBuilder>
 
@@ -26,7 +26,7 @@ constexpr std::uint32_t kIsFolder = 8;
 QByteArray readBytes(sd_bus_message* message) {
     const void* data = nullptr;
     std::size_t size = 0;
-    if (sessionBusLibrary().readArray(message, 'y', &data, &size) < 0 || data == nullptr) {
+    if (busLibrary().readArray(message, 'y', &data, &size) < 0 || data == nullptr) {
         return QByteArray();
     }
     const char* const text = static_cast<const char*>(data);
@@ -40,20 +40,20 @@ int sendGrant(const FileDescriptor& item, std::uint32_t flags, const QByteArray&
         return error;
     }
     const int appended = rights == DocumentRights::Read
-                             ? sessionBusLibrary().append(call.message(), "ahusas", 1U, item.get(), flags,
-                                                          application.constData(), 1U, "read")
-                             : sessionBusLibrary().append(call.message(), "ahusas", 1U, item.get(), flags,
-                                                          application.constData(), 2U, "read", "write");
+                             ? busLibrary().append(call.message(), "ahusas", 1U, item.get(), flags,
+                                                   application.constData(), 1U, "read")
+                             : busLibrary().append(call.message(), "ahusas", 1U, item.get(), flags,
+                                                   application.constData(), 2U, "read", "write");
     if (appended < 0) {
         return EINVAL;
     }
-    SessionMessage answer;
+    BusMessage answer;
     if (const int error = call.send(answer); error != 0) {
         return error;
     }
     const char* text = nullptr;
-    if (sessionBusLibrary().enter(answer.get(), SD_BUS_TYPE_ARRAY, "s") <= 0 ||
-        sessionBusLibrary().readBasic(answer.get(), SD_BUS_TYPE_STRING, &text) <= 0) {
+    if (busLibrary().enter(answer.get(), SD_BUS_TYPE_ARRAY, "s") <= 0 ||
+        busLibrary().readBasic(answer.get(), SD_BUS_TYPE_STRING, &text) <= 0) {
         return EIO;
     }
     id = text;
@@ -107,11 +107,11 @@ int revokeDocument(const DocumentToken& token, const QByteArray& application) {
     if (const int error = call.open("RevokePermissions"); error != 0) {
         return error;
     }
-    if (sessionBusLibrary().append(call.message(), "ssas", token.id.constData(), application.constData(), 4U,
-                                   "read", "write", "grant-permissions", "delete") < 0) {
+    if (busLibrary().append(call.message(), "ssas", token.id.constData(), application.constData(), 4U, "read",
+                            "write", "grant-permissions", "delete") < 0) {
         return EINVAL;
     }
-    SessionMessage answer;
+    BusMessage answer;
     return call.send(answer);
 }
 
@@ -120,10 +120,10 @@ int hostPathOfDocument(const DocumentToken& token, QByteArray& path) {
     if (const int error = call.open("Info"); error != 0) {
         return error;
     }
-    if (sessionBusLibrary().append(call.message(), "s", token.id.constData()) < 0) {
+    if (busLibrary().append(call.message(), "s", token.id.constData()) < 0) {
         return EINVAL;
     }
-    SessionMessage answer;
+    BusMessage answer;
     if (const int error = call.send(answer); error != 0) {
         return error;
     }
