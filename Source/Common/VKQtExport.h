@@ -10,3 +10,12 @@
 #else
 #    define VKQT_EXPORT __attribute__((visibility("default")))
 #endif
+
+// For many objects at once: visible as well, but the library's own uses of them need no look-up by name at each
+// start, because nobody else's definition can take their place. Programs have to be position-independent (-fPIC), as
+// the framework asks them to be.
+#if defined(_WIN32)
+#    define VKQT_DATA_EXPORT VKQT_EXPORT
+#else
+#    define VKQT_DATA_EXPORT __attribute__((visibility("protected")))
+#endif

@@ -1,4 +1,5 @@
 // Uses the installed library the way an application does, and checks what comes back.
+#include <VKKeySequence.h>
 #include <VKQtDirIterator.h>
 #include <VKQtPath.h>
 #include <VKQtPathFilter.h>
@@ -28,6 +29,10 @@ int main() {
     }
     if (VKQtSysInfo::isWinPlatform() && VKQtSysInfo::isMacPlatform()) {
         return fail("two platforms at once");
+    }
+
+    if (VKKeySequence::kCopy != QKeySequence(Qt::CTRL | Qt::Key_C)) {
+        return fail("the shortcut of copying is wrong");
     }
 
     const QTemporaryDir folder;
