@@ -6,6 +6,8 @@
 
 #include <QJsonObject>
 
+#include <csignal>
+
 using namespace Qt::StringLiterals;
 
 class ToolCopyTest : public VKTest {
@@ -28,7 +30,9 @@ private Q_SLOTS:
     void namesOnDisk_data();
     void namesOnDisk();
     void barOnATerminal();
+    void cancelled_data();
     void cancelled();
+    void secondInterruptOfAnImpatientPerson();
     void ignoredSignalStaysIgnored();
     void fullDisk();
 
@@ -225,22 +229,49 @@ void ToolCopyTest::barOnATerminal() {
     QVERIFY(run({u"album"_s, u"copy3"_s}).err.isEmpty()); // no terminal, no bar
 }
 
+void ToolCopyTest::cancelled_data() {
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<int>("times");
+    QTest::newRow("an orderly end") << u"TERM"_s << 1;
+    QTest::newRow("an orderly end told again and again") << u"TERM"_s << 200;
+    QTest::newRow("Ctrl-C") << u"INT"_s << 1;
+    QTest::newRow("Ctrl-C that comes to the program and to its group") << u"INT"_s << 20;
+}
+
 void ToolCopyTest::cancelled() {
+    QFETCH(const QString, signal);
+    QFETCH(const int, times);
     QVERIFY(makeItem(mFolder, "album", -1));
-    for (int i = 0; i < 6000; ++i) {
+    for (int i = 0; i < 3000; ++i) {
         QVERIFY(makeItem(mFolder, "album/" + QByteArray::number(i), 1));
     }
-    // The signal comes as soon as there is a destination.
-    const ToolRun run = runShell(u"\"$VKQT\" cp album copy & pid=$!\n"
-                                 "while [[ ! -e copy ]] && kill -0 $pid 2>/dev/null; do :; done\n"
-                                 "kill -TERM $pid; wait $pid"_s,
-                                 mFolder);
-    QCOMPARE(run.status, 1);
+    // The signal comes as soon as there is a destination. A shell's background jobs would ignore Ctrl-C.
+    const ToolRun run = runShell(
+        u"env --default-signal=INT \"$VKQT\" cp album copy & pid=$!\n"
+        "while [[ ! -e copy ]] && kill -0 $pid 2>/dev/null; do :; done\n"
+        "for ((i = 0; i < %2; ++i)); do kill -%1 $pid 2>/dev/null || break; done; wait $pid"_s.arg(signal)
+            .arg(times),
+        mFolder);
     QCOMPARE(run.err, QByteArray("vkqt cp: " + at("copy") +
                                  ": cancelled or not applicable\n"
                                  "vkqt cp: nothing is left of the copy\n"));
+    QCOMPARE(run.status, 1);
     QCOMPARE(Disk::namesIn(mFolder.toUtf8()), QByteArrayList{"album"});
-    QCOMPARE(Disk::namesIn(at("album")).size(), 6000);
+    QCOMPARE(Disk::namesIn(at("album")).size(), 3000);
+}
+
+void ToolCopyTest::secondInterruptOfAnImpatientPerson() {
+    QVERIFY(makeItem(mFolder, "album", -1));
+    Disk::makeFile(at("album/large.raw"), QByteArray(20 << 20, 'x'));
+    // Its cleaning up is held up for more than a second; then comes the second Ctrl-C.
+    const ToolRun run = runShell(
+        u"export ASAN_OPTIONS=detect_leaks=0; strace -f -o /dev/null "
+        "-e trace=copy_file_range,unlinkat "
+        "-e inject=copy_file_range:signal=SIGINT:when=1 "
+        "-e inject=unlinkat:signal=SIGINT:delay_exit=1200000:when=1 \"$VKQT\" cp album copy; exit $?"_s,
+        mFolder);
+    QCOMPARE(run.status, 128 + SIGINT);
+    QCOMPARE(Disk::namesIn(at("album")), QByteArrayList{"large.raw"});
 }
 
 void ToolCopyTest::ignoredSignalStaysIgnored() {

@@ -1,5 +1,6 @@
 // vkqt cp: copies a file or a folder, with a bar while it lasts; Ctrl-C ends it and leaves nothing.
 #include "CommandLine.h"
+#include "Interruption.h"
 #include "Items.h"
 #include "ProgressBar.h"
 #include "Results.h"
@@ -13,7 +14,6 @@
 #include <QJsonObject>
 
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
 #include <memory>
 
@@ -27,40 +27,6 @@ struct Release {
     void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
 };
 
-/// What the signal handler cancels. Set while a copy runs.
-VKProgress* gRunning = nullptr;
-
-/// Ctrl-C and an orderly end cancel the copy, once: a second one ends the tool at once.
-class CancelledBySignals {
-public:
-    explicit CancelledBySignals(VKProgress* progress) {
-        gRunning = progress;
-        struct sigaction action = {};
-        action.sa_handler = [](int) { VKProgressSetCancel(gRunning, true); };
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        install(SIGINT, action, mInterrupt);
-        install(SIGTERM, action, mTerminate);
-    }
-    CancelledBySignals(const CancelledBySignals&) = delete;
-    CancelledBySignals& operator=(const CancelledBySignals&) = delete;
-    ~CancelledBySignals() {
-        sigaction(SIGINT, &mInterrupt, nullptr);
-        sigaction(SIGTERM, &mTerminate, nullptr);
-        gRunning = nullptr;
-    }
-
-private:
-    /// What was started to ignore a signal goes on ignoring it.
-    static void install(int signal, const struct sigaction& action, struct sigaction& before) {
-        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
-            sigaction(signal, &action, nullptr);
-        }
-    }
-
-    struct sigaction mInterrupt = {};
-    struct sigaction mTerminate = {};
-};
-
 /// One copy and what is known about it.
 class Copying {
 public:
@@ -69,7 +35,7 @@ public:
     }
 
     [[nodiscard]] VKStatus run(VKQtPath& from, VKQtPath& to) {
-        const CancelledBySignals cancelled(mProgress.get());
+        const Interruption interruption(mProgress.get());
         const VKStatus status =
             from.isFolder() ? VKQtPathUtils::copyRecursive(from, to, mProgress.get()) : copyFile(from, to);
         mBar.clear();

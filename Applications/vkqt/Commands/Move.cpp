@@ -1,4 +1,5 @@
 // vkqt mv: gives items a new place or name, without overwriting.
+#include "Interruption.h"
 #include "Items.h"
 #include "ProgressBar.h"
 #include "Results.h"
@@ -8,7 +9,7 @@
 #include <VKCoreKit/VKFileMgr.h>
 
 #include <cerrno>
-#include <csignal>
+#include <memory>
 
 namespace {
 
@@ -17,51 +18,29 @@ using namespace VKTool;
 
 constexpr int kNameTries = 100;
 
-VKProgress* gInterrupted = nullptr;
-
-void cancelMove(int /*signal*/) { VKProgressSetCancel(gInterrupted, true); }
-
 void showBytes(const VKProgressBytes& bytes, void* context) {
     static_cast<ProgressBar*>(context)->show(bytes.done, bytes.total);
 }
 
-// While it lives, the bar shows the bytes that are copied, and Ctrl-C cancels the move, which then cleans up; a
-// second one ends the tool at once. What was started to ignore a signal goes on ignoring it.
+struct Release {
+    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
+};
+
+// While it lives, the bar shows the bytes that are copied, and Ctrl-C cancels the move, which then cleans up.
 class Interruptible {
 public:
-    explicit Interruptible(bool showBar) : mBar(showBar), mProgress(VKProgressCreate(nullptr, nullptr)) {
-        VKProgressSetByteObserver(mProgress, &showBytes, &mBar);
-        gInterrupted = mProgress;
-        struct sigaction action = {};
-        action.sa_handler = &cancelMove;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        install(SIGINT, action, mInterrupt);
-        install(SIGTERM, action, mTerminate);
-    }
-    Interruptible(const Interruptible&) = delete;
-    Interruptible& operator=(const Interruptible&) = delete;
-    ~Interruptible() {
-        ::sigaction(SIGINT, &mInterrupt, nullptr);
-        ::sigaction(SIGTERM, &mTerminate, nullptr);
-        gInterrupted = nullptr;
-        VKProgressRelease(mProgress);
+    explicit Interruptible(bool showBar) : mBar(showBar) {
+        VKProgressSetByteObserver(mProgress.get(), &showBytes, &mBar);
     }
 
-    [[nodiscard]] VKProgress* progress() const { return mProgress; }
-    [[nodiscard]] bool isCancelled() const { return VKProgressGetCancel(mProgress); }
+    [[nodiscard]] VKProgress* progress() const { return mProgress.get(); }
+    [[nodiscard]] bool isCancelled() const { return VKProgressGetCancel(mProgress.get()); }
     void clearBar() { mBar.clear(); }
 
 private:
-    static void install(int signal, const struct sigaction& action, struct sigaction& before) {
-        if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
-            ::sigaction(signal, &action, nullptr);
-        }
-    }
-
     ProgressBar mBar;
-    VKProgress* mProgress;
-    struct sigaction mInterrupt = {};
-    struct sigaction mTerminate = {};
+    std::unique_ptr<VKProgress, Release> mProgress{VKProgressCreate(nullptr, nullptr)};
+    Interruption mInterruption{mProgress.get()};
 };
 
 QByteArray nameIn(const QByteArray& path) { return path.sliced(path.lastIndexOf('/') + 1); }
