@@ -38,10 +38,7 @@ private:
 
 namespace {
 
-const QStringList kCommands = {u"bookmark"_s, u"config"_s,     u"cp"_s,    u"folders"_s, u"free"_s,
-                               u"ls"_s,       u"mkdir"_s,      u"mv"_s,    u"path"_s,    u"restore"_s,
-                               u"rm"_s,       u"stat"_s,       u"trash"_s, u"trashed"_s, u"unique"_s,
-                               u"volumes"_s,  u"completion"_s, u"help"_s,  u"manual"_s};
+const QStringList kCommands = commandsOf(kEverydayCommands) + commandsOf(kShellCommands);
 
 } // namespace
 

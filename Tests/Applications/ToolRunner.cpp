@@ -33,6 +33,8 @@ ToolRun runProgram(const QString& program, const QStringList& arguments, const Q
     return run;
 }
 
+QStringList commandsOf(const char* list) { return QString::fromUtf8(list).split(u'\n', Qt::SkipEmptyParts); }
+
 ToolRun runVkqt(const QStringList& arguments, const QString& workingFolder) {
     return runProgram(QStringLiteral(VKQT_TOOL), arguments, workingFolder);
 }

@@ -7,6 +7,34 @@
 #include <QString>
 #include <QStringList>
 
+/// Every command as the help lists them, one a line: what people use, then what serves the shell.
+inline constexpr const char* kEverydayCommands = R"(
+bookmark
+config
+cp
+folders
+free
+ls
+mkdir
+mv
+path
+restore
+rm
+stat
+trash
+trashed
+unique
+volumes
+)";
+inline constexpr const char* kShellCommands = R"(
+completion
+help
+manual
+)";
+
+/// The lines of such a list.
+[[nodiscard]] QStringList commandsOf(const char* list);
+
 struct ToolRun {
     int status = -1; ///< The exit status; -1 when it crashed or did not end in time.
     QByteArray out;

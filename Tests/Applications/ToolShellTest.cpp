@@ -44,10 +44,8 @@ bool isInstalled(const char* program) {
 void ToolShellTest::initTestCase() {
     mFolder = makeFolder(u"shell"_s);
     static const QRegularExpression sLong(u"--(\\[no-\\])?([a-z]+)"_s);
-    for (const QString& command :
-         {u"bookmark"_s, u"config"_s, u"cp"_s, u"folders"_s, u"free"_s, u"ls"_s, u"mkdir"_s, u"mv"_s,
-          u"path"_s, u"restore"_s, u"rm"_s, u"stat"_s, u"trash"_s, u"trashed"_s, u"unique"_s, u"volumes"_s,
-          u"completion"_s, u"help"_s, u"manual"_s}) {
+    const QStringList commands = commandsOf(kEverydayCommands) + commandsOf(kShellCommands);
+    for (const QString& command : commands) {
         const QString help = QString::fromUtf8(runVkqt({command, u"--help"_s}).out);
         for (const QString& line : help.split(u'\n')) {
             const auto match = sLong.match(line);
@@ -73,10 +71,8 @@ void ToolShellTest::bashSyntax() {
 void ToolShellTest::bashCompletes_data() {
     QTest::addColumn<QString>("words");
     QTest::addColumn<QStringList>("expected");
-    const QStringList commands = {u"bookmark"_s, u"completion"_s, u"config"_s,  u"cp"_s,     u"folders"_s,
-                                  u"free"_s,     u"help"_s,       u"ls"_s,      u"manual"_s, u"mkdir"_s,
-                                  u"mv"_s,       u"path"_s,       u"restore"_s, u"rm"_s,     u"stat"_s,
-                                  u"trash"_s,    u"trashed"_s,    u"unique"_s,  u"volumes"_s};
+    QStringList commands = commandsOf(kEverydayCommands) + commandsOf(kShellCommands);
+    commands.sort();
     QTest::newRow("commands") << u"vkqt ''"_s << commands;
     QTest::newRow("a command's start") << u"vkqt pa"_s << QStringList(u"path"_s);
     QTest::newRow("options before the command")
