@@ -3,6 +3,7 @@
 
 #include <QJsonDocument>
 #include <QLocale>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <iterator>
@@ -170,6 +171,15 @@ QString wrapped(const QString& text, int width, int indent) {
         result += margin + line + u'\n';
     }
     return result;
+}
+
+QString shellWord(const QString& word) {
+    static const QRegularExpression kPlain(u"^[A-Za-z0-9_./:@%+=,-]+\\z"_s);
+    if (kPlain.match(word).hasMatch()) {
+        return word;
+    }
+    QString quoted = word;
+    return u'\'' + quoted.replace(u'\'', u"'\\''"_s) + u'\'';
 }
 
 QByteArray jsonLine(const QJsonObject& object) {

@@ -40,6 +40,11 @@ namespace VKTool {
 /// Paragraphs filled to lines of at most `width` cells, each behind `indent` blanks. Words are never split.
 [[nodiscard]] QString wrapped(const QString& text, int width, int indent);
 
+/// A word as a shell would take it: quoted where it has to be.
+///
+///     "a.jpg" -> "a.jpg"      "a b" -> "'a b'"      "it's" -> "'it'\\''s'"      "" -> "''"
+[[nodiscard]] QString shellWord(const QString& word);
+
 /// One JSON object on one line. Characters that JSON would leave as they are although a terminal acts on
 /// them are escaped.
 [[nodiscard]] QByteArray jsonLine(const QJsonObject& object);

@@ -97,6 +97,7 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
     QTest::newRow("trash") << u"trash"_s << common + QStringList(u"--json"_s);
     QTest::newRow("trashed") << u"trashed"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("tour") << u"tour"_s << common + QStringList{u"--brief"_s, u"--json"_s};
     QTest::newRow("rm") << u"rm"_s << common + QStringList{u"-r, --recursive"_s, u"--json"_s};
     QTest::newRow("stat") << u"stat"_s << common + QStringList(u"--json"_s);
     QTest::newRow("unique") << u"unique"_s

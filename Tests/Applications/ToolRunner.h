@@ -21,6 +21,7 @@ path
 restore
 rm
 stat
+tour
 trash
 trashed
 unique

@@ -29,6 +29,8 @@ private Q_SLOTS:
     void groups();
     void dates();
     void counts();
+    void shellWords_data();
+    void shellWords();
     void wrapping_data();
     void wrapping();
     void wrappedTextKeepsItsWords();
@@ -184,6 +186,26 @@ void ToolTextTest::counts() {
     QCOMPARE(counted(0, u"photo"_s, u"photos"_s), u"0 photos"_s);
     QCOMPARE(counted(1, u"photo"_s, u"photos"_s), u"1 photo"_s);
     QCOMPARE(counted(1001, u"photo"_s, u"photos"_s), u"1 001 photos"_s);
+}
+
+void ToolTextTest::shellWords_data() {
+    QTest::addColumn<QString>("word");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("plain") << u"IMG_1-b.jpg"_s << u"IMG_1-b.jpg"_s;
+    QTest::newRow("address") << u"/a/b:c@d,e=f+g%h"_s << u"/a/b:c@d,e=f+g%h"_s;
+    QTest::newRow("blank") << u"a b"_s << u"'a b'"_s;
+    QTest::newRow("quotation mark") << u"it's"_s << u"'it'\\''s'"_s;
+    QTest::newRow("empty") << QString() << u"''"_s;
+    QTest::newRow("home") << u"~"_s << u"'~'"_s;
+    QTest::newRow("substitution") << u"$(x)`y`"_s << u"'$(x)`y`'"_s;
+    QTest::newRow("pattern") << u"*.jpg"_s << u"'*.jpg'"_s;
+    QTest::newRow("letters of other scripts") << u"Café"_s << u"'Café'"_s;
+    QTest::newRow("line end behind a plain word") << u"a\n"_s << u"'a\n'"_s;
+}
+
+void ToolTextTest::shellWords() {
+    QFETCH(const QString, word);
+    QTEST(shellWord(word), "expected");
 }
 
 void ToolTextTest::wrapping_data() {
