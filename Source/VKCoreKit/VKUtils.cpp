@@ -2,6 +2,7 @@
 #include "VKCoreKit/VKUtils.h"
 
 #include "Platform/Utf8.h"
+#include "VKCoreKit/CBaseCore.h"
 #include "VKCoreKit/VKCFRef.h"
 
 #include <CoreFoundation/CFQt.h>
@@ -13,6 +14,16 @@
 #include <libdeflate.h>
 
 namespace {
+
+// An array hands its elements out as constant; they were not when they came.
+CBaseCore* countedObject(const void* value) { return static_cast<CBaseCore*>(const_cast<void*>(value)); }
+
+const void* retainCounted(CFAllocatorRef /*allocator*/, const void* value) {
+    countedObject(value)->AddRef();
+    return value;
+}
+
+void releaseCounted(CFAllocatorRef /*allocator*/, const void* value) { countedObject(value)->Release(); }
 
 QByteArray utf8WithReplacements(QString text) {
     if (std::optional<QByteArray> bytes = VKPlatform::encodeUtf8(text)) {
@@ -91,4 +102,15 @@ int VKUtilsCFDictionaryGetValueInt(CFDictionaryRef dictionary, CFStringRef key) 
     int result = 0;
     const bool fits = CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberIntType, &result) != 0;
     return fits ? result : 0;
+}
+
+const CFArrayCallBacks* VKUtilsGetArrayCallbacks() noexcept {
+    static constexpr CFArrayCallBacks kCallbacks = {
+        .version = 0,
+        .retain = &retainCounted,
+        .release = &releaseCounted,
+        .copyDescription = nullptr,
+        .equal = nullptr,
+    };
+    return &kCallbacks;
 }

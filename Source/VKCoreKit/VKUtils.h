@@ -23,6 +23,10 @@ VKCORE_EXPORT std::uint32_t VKUtilsCRC32(std::uint32_t seed, CFStringRef string)
 /// The same of bytes. `VKUtilsCRC32Std(0, "123456789", 9)` is 0xCBF43926. Null or no bytes give the seed.
 VKCORE_EXPORT std::uint32_t VKUtilsCRC32Std(std::uint32_t seed, const void* bytes, std::size_t size);
 
+/// How a CF array treats counted objects: it takes a reference to each with AddRef() and gives it back with Release().
+/// The elements are `CBaseCore*`, never null. The table lives as long as the program.
+[[nodiscard]] VKCORE_EXPORT const CFArrayCallBacks* VKUtilsGetArrayCallbacks() noexcept;
+
 /// A new random identifier: 36 characters, lower-case hexadecimal in the groups 8-4-4-4-12. The caller
 /// releases it.
 VKCORE_EXPORT CFStringRef VKUtilsCreateUniqueIDString();

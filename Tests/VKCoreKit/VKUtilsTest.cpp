@@ -60,6 +60,7 @@ private Q_SLOTS:
     void integersInDictionaries();
     void whatIsNoInteger();
     void listsAsXml();
+    void countedObjectsInArrays();
     void nulls();
 };
 
@@ -231,6 +232,20 @@ void VKUtilsTest::listsAsXml() {
         "<plist version=\"1.0\">\n<dict>\n\t<key>file</key>\n\t<integer>1</integer>\n"
         "</dict>\n</plist>\n"));
     QVERIFY(VKUtilsCreateXMLData(nullptr, nullptr) == nullptr);
+}
+
+void VKUtilsTest::countedObjectsInArrays() {
+    auto* const object = new CBaseCore;
+    {
+        const auto array = VKCFRef<CFMutableArrayRef>::adopt(
+            CFArrayCreateMutable(kCFAllocatorDefault, 0, VKUtilsGetArrayCallbacks()));
+        CFArrayAppendValue(array.get(), object);
+        CFArrayAppendValue(array.get(), object);
+        QCOMPARE(CFArrayGetValueAtIndex(array.get(), 1), static_cast<const void*>(object));
+        QCOMPARE(object->AddRef(), 4U);
+        QCOMPARE(object->Release(), 3U);
+    }
+    QCOMPARE(object->Release(), 0U);
 }
 
 void VKUtilsTest::nulls() {
