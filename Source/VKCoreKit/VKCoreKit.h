@@ -7,10 +7,12 @@
 #include <VKCoreKit/VKFileMgr.h>
 #include <VKCoreKit/VKFolderReader.h>
 #include <VKCoreKit/VKLog.h>
+#include <VKCoreKit/VKMachine.h>
 #include <VKCoreKit/VKProcess.h>
 #include <VKCoreKit/VKProduct.h>
 #include <VKCoreKit/VKProgress.h>
 #include <VKCoreKit/VKStatus.h>
+#include <VKCoreKit/VKStopwatch.h>
 #include <VKCoreKit/VKStream.h>
 #include <VKCoreKit/VKString.h>
 #include <VKCoreKit/VKTypes.h>

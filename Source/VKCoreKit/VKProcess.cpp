@@ -1,7 +1,8 @@
-// The sandbox question, answered by the platform.
+// The sandbox question, answered by the platform; the model of the machine.
 #include "VKCoreKit/VKProcess.h"
 
 #include "Platform/Sandbox.h"
+#include "VKCoreKit/VKMachine.h"
 
 bool VKProcessGetSandboxed() { return VKPlatform::isSandboxed(); }
 
@@ -18,3 +19,5 @@ void VKProcessSetSandboxed(VKSandboxAnswer answer) {
         return;
     }
 }
+
+CFStringRef VKProcessGetCopyHWMachineModel() { return VKMachineGetFactCopy(VKMachineFact::Model); }

@@ -1,9 +1,10 @@
-// String copies, checksums, identifiers and integers in dictionaries.
+// String copies, checksums, identifiers, integers in dictionaries; the graphics card's name.
 #include "VKCoreKit/VKUtils.h"
 
 #include "Platform/Utf8.h"
 #include "VKCoreKit/CBaseCore.h"
 #include "VKCoreKit/VKCFRef.h"
+#include "VKCoreKit/VKMachine.h"
 
 #include <CoreFoundation/CFQt.h>
 
@@ -114,3 +115,14 @@ const CFArrayCallBacks* VKUtilsGetArrayCallbacks() noexcept {
     };
     return &kCallbacks;
 }
+
+bool VKUtilsCFStringContains(CFStringRef string, CFStringRef part, std::uint32_t options) {
+    if (string == nullptr || part == nullptr) {
+        return false;
+    }
+    const Qt::CaseSensitivity sensitivity =
+        (options & kVKUtilsContainsExact) != 0 ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    return CFStringCopyQString(string).contains(CFStringCopyQString(part), sensitivity);
+}
+
+CFStringRef VKUtilsGetVideoCardCopy() { return VKMachineGetFactCopy(VKMachineFact::GraphicsCard); }

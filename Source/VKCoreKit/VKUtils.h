@@ -1,4 +1,4 @@
-// Small helpers over CoreFoundation values. Any thread; nothing touches the disk.
+// Small helpers over CoreFoundation values. Any thread; only the question about the graphics card touches the disk.
 #pragma once
 
 #include "CoreFoundation/VKCoreExport.h"
@@ -42,3 +42,18 @@ VKCORE_EXPORT void VKUtilsCFDictionarySetValueInt(CFMutableDictionaryRef diction
 /// The number of that key as an int; 0 when the dictionary or the key is null or missing, and when the value
 /// is not a number or does not fit.
 VKCORE_EXPORT int VKUtilsCFDictionaryGetValueInt(CFDictionaryRef dictionary, CFStringRef key);
+
+/// How VKUtilsCFStringContains() compares.
+inline constexpr std::uint32_t kVKUtilsContainsAnyCase = 0; ///< letters without regard to their case
+inline constexpr std::uint32_t kVKUtilsContainsExact = 1;   ///< letters as they are
+
+/// Whether `part` stands somewhere in `string`. The empty part stands in every string; null in none, and nothing in
+/// null.
+///
+///     "NVIDIA Corporation" "nvidia" 0 -> true      the same with 1 -> false
+[[nodiscard]] VKCORE_EXPORT bool VKUtilsCFStringContains(CFStringRef string, CFStringRef part,
+                                                         std::uint32_t options);
+
+/// The graphics card's name, as VKMachineFact::GraphicsCard. The caller releases it; null when the machine has no card
+/// that it tells about.
+[[nodiscard]] VKCORE_EXPORT CFStringRef VKUtilsGetVideoCardCopy();

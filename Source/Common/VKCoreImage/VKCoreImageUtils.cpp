@@ -1,0 +1,60 @@
+// The private context: made once, on the thread of the application object, and kept.
+#include "VKCoreImage/VKCoreImageUtils.h"
+
+#include <VKCoreKit/VKLog.h>
+
+#include <QGuiApplication>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+QOpenGLContext* VKCoreImageUtils::sContext = nullptr;
+QOffscreenSurface* VKCoreImageUtils::sSurface = nullptr;
+VKStopwatch VKCoreImageUtils::sGlobalSW;
+
+// Texts in the settings files of users: none may change.
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtils = u"core_image_utils"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsEnableGLErrorCheck = u"core_enable_gl_error_check"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsScalingPasses = u"core_scaling_passes"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsThreeChannelImages = u"core_three_channel_images"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsUseBasePixelTextures = u"use_base_pixel_textures"_s;
+const QString VKCoreImageUtils::kPreviewerLayerName = u"Previewer"_s;
+
+namespace {
+
+VKStatus noContext(int line) {
+    VKLogEvent(kVKStatusNotConvertible, "VKQtCore/Source/Common/VKCoreImage/VKCoreImageUtils", line);
+    return kVKStatusNotConvertible;
+}
+
+/// The framework goes down with the program when it is asked for a context anywhere else.
+bool canHaveContext() {
+    const auto* const application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    return application != nullptr && application->thread() == QThread::currentThread();
+}
+
+} // namespace
+
+VKStatus VKCoreImageUtils::aquireMainThreadGLContext() {
+    if (!canHaveContext()) {
+        return noContext(__LINE__);
+    }
+    if (sContext == nullptr) {
+        sContext = new QOpenGLContext;
+        sContext->setShareContext(QOpenGLContext::globalShareContext());
+    }
+    if (!sContext->isValid() && !sContext->create()) {
+        return noContext(__LINE__);
+    }
+    if (sSurface == nullptr) {
+        sSurface = new QOffscreenSurface;
+        sSurface->setFormat(sContext->format());
+        sSurface->create();
+    }
+    if (!sSurface->isValid() || !sContext->makeCurrent(sSurface)) {
+        return noContext(__LINE__);
+    }
+    return kVKStatusSuccess;
+}
