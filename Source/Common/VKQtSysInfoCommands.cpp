@@ -1,4 +1,4 @@
-// One process object for each command, which ends what still runs when it goes.
+// One process object for each command, and no command outlives it.
 #include "VKQtSysInfoCommands.h"
 
 #include <QProcess>
@@ -16,10 +16,13 @@ std::optional<QByteArray> outputOf(const QString& program, const QStringList& ar
         }
     });
     process.start(program, arguments, QIODevice::ReadWrite);
-    if (!process.waitForFinished(static_cast<int>(bound.count())) || isTooMuch) {
-        return std::nullopt;
+    const bool isFinished = process.waitForFinished(static_cast<int>(bound.count()));
+    if (process.state() != QProcess::NotRunning) {
+        // Its destructor would do the same, and complain.
+        process.kill();
+        process.waitForFinished();
     }
-    return process.readAllStandardOutput();
+    return isFinished && !isTooMuch ? std::optional(process.readAllStandardOutput()) : std::nullopt;
 }
 
 } // namespace VKQtSysInfoCommands

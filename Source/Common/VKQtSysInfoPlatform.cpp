@@ -51,7 +51,7 @@ QString commandOutput(const QString& program, const QString& argument) {
     return QString::fromUtf8(VKQtSysInfoCommands::outputOf(program, {argument}).value_or(QByteArray()));
 }
 
-/// "NVIDIA Corporation, OpenGL 4.6.0 NVIDIA 535.129.03", and the renderer: what is known once the driver was asked.
+/// "OpenGL 4.5 (Core Profile) Mesa 22.3.6 by llvmpipe", once the driver was asked.
 QString openGLReport() {
     const QString renderer = VKCoreImageHardwareInfo::openGLRenderer();
     const QString version = VKCoreImageHardwareInfo::openGLVersionEx();
@@ -105,7 +105,8 @@ QString VKQtSysInfo::hwManufacture() {
 
 VKStatus VKQtSysInfo::cpuDescription(QString& out) {
     if (kMacRules) {
-        return VKQtSysInfoRules::parseBrandString(commandOutput(u"sysctl"_s, u"machdep.cpu.brand_string"_s), out);
+        return VKQtSysInfoRules::parseBrandString(commandOutput(u"sysctl"_s, u"machdep.cpu.brand_string"_s),
+                                                  out);
     }
     const QString name = machineFact(VKMachineFact::Processor);
     if (name.isEmpty()) {

@@ -1,6 +1,7 @@
-// The sandbox question as the library asks it.
+// The sandbox question as the library asks it; the machine's model.
 #include "Support/VKTest.h"
 
+#include <CoreFoundation/CFQt.h>
 #include <VKCoreKit/VKCoreKit.h>
 
 #include <atomic>
@@ -13,6 +14,7 @@ private Q_SLOTS:
     void aTestIsNotSandboxed();
     void hostsKnowBetter();
     void anyThreadMayAsk();
+    void model();
 };
 
 void VKProcessTest::aTestIsNotSandboxed() {
@@ -47,6 +49,13 @@ void VKProcessTest::anyThreadMayAsk() {
     asking.join();
     QVERIFY(wasSeen);
     VKProcessSetSandboxed(VKSandboxAnswer::Detect);
+}
+
+void VKProcessTest::model() {
+    const auto model = VKCFRef<CFStringRef>::adopt(VKProcessGetCopyHWMachineModel());
+    const auto fact = VKCFRef<CFStringRef>::adopt(VKMachineGetFactCopy(VKMachineFact::Model));
+    QCOMPARE(CFStringCopyQString(model.get()), CFStringCopyQString(fact.get()));
+    QCOMPARE(model.get() == nullptr, fact.get() == nullptr);
 }
 
 VKTEST_MAIN(VKProcessTest)

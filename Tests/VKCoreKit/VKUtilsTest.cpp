@@ -61,6 +61,9 @@ private Q_SLOTS:
     void whatIsNoInteger();
     void listsAsXml();
     void countedObjectsInArrays();
+    void contains_data();
+    void contains();
+    void videoCard();
     void nulls();
 };
 
@@ -246,6 +249,46 @@ void VKUtilsTest::countedObjectsInArrays() {
         QCOMPARE(object->Release(), 3U);
     }
     QCOMPARE(object->Release(), 0U);
+}
+
+void VKUtilsTest::contains_data() {
+    QTest::addColumn<QString>("string");
+    QTest::addColumn<QString>("part");
+    QTest::addColumn<bool>("anyCase");
+    QTest::addColumn<bool>("exact");
+    const auto row = [](const char* name, const char* string, const char* part, bool anyCase, bool exact) {
+        QTest::newRow(name) << QString::fromUtf8(string) << QString::fromUtf8(part) << anyCase << exact;
+    };
+    row("in another case", "NVIDIA Corporation GA104", "nvidia", true, false);
+    row("as it stands", "Mesa Intel HD Graphics 3000 (SNB GT2)", "Intel HD Graphics 3000", true, true);
+    row("at the end", "by nvidia", "nvidia", true, true);
+    row("the whole", "nvidia", "nvidia", true, true);
+    row("another number", "Intel HD Graphics 4000", "Intel HD Graphics 3000", false, false);
+    row("longer than the string", "nvidi", "nvidia", false, false);
+    row("letters that are not ASCII", "ÄRGER", "ärger", true, false);
+    row("the empty part", "nvidia", "", true, true);
+    row("both empty", "", "", true, true);
+    row("in the empty string", "", "nvidia", false, false);
+}
+
+void VKUtilsTest::contains() {
+    QFETCH(QString, string);
+    QFETCH(QString, part);
+    const String whole = makeString(string);
+    const String piece = makeString(part);
+    QTEST(VKUtilsCFStringContains(whole.get(), piece.get(), 0), "anyCase");
+    QTEST(VKUtilsCFStringContains(whole.get(), piece.get(), kVKUtilsContainsExact), "exact");
+    QCOMPARE(kVKUtilsContainsAnyCase, 0U);
+    QVERIFY(!VKUtilsCFStringContains(nullptr, piece.get(), 0));
+    QVERIFY(!VKUtilsCFStringContains(whole.get(), nullptr, 0));
+    QVERIFY(!VKUtilsCFStringContains(nullptr, nullptr, 0));
+}
+
+void VKUtilsTest::videoCard() {
+    const auto card = VKCFRef<CFStringRef>::adopt(VKUtilsGetVideoCardCopy());
+    const auto fact = VKCFRef<CFStringRef>::adopt(VKMachineGetFactCopy(VKMachineFact::GraphicsCard));
+    QCOMPARE(CFStringCopyQString(card.get()), CFStringCopyQString(fact.get()));
+    QCOMPARE(card.get() == nullptr, fact.get() == nullptr);
 }
 
 void VKUtilsTest::nulls() {

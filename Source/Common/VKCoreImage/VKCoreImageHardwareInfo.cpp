@@ -72,6 +72,18 @@ private:
     QOpenGLFunctions_3_3_Core& mFunctions;
 };
 
+/// The functions of OpenGL 3.3, core profile, for the current context; null when its driver has them not. Some of the
+/// framework's platforms take the version that was wished for as the one that is there, so the driver is asked too.
+QOpenGLFunctions_3_3_Core* coreFunctions() {
+    auto* const functions =
+        QOpenGLVersionFunctionsFactory::get<QOpenGLFunctions_3_3_Core>(QOpenGLContext::currentContext());
+    if (functions == nullptr || !functions->initializeOpenGLFunctions()) {
+        return nullptr;
+    }
+    CurrentDriver driver(*functions);
+    return VKCoreImageProbe::isNewEnough(driver.text(Driver::Text::Version)) ? functions : nullptr;
+}
+
 void markProblems() {
     const auto name = VKCFRef<CFStringRef>::adopt(VKUtilsGetVideoCardCopy());
     if (!name) {
@@ -95,9 +107,8 @@ VKStatus VKCoreImageHardwareInfo::validateOpenGL() {
     if (acquired != kVKStatusSuccess) {
         return logged(acquired, __LINE__);
     }
-    auto* const functions =
-        QOpenGLVersionFunctionsFactory::get<QOpenGLFunctions_3_3_Core>(QOpenGLContext::currentContext());
-    if (functions == nullptr || !functions->initializeOpenGLFunctions()) {
+    QOpenGLFunctions_3_3_Core* const functions = coreFunctions();
+    if (functions == nullptr) {
         return logged(kVKStatusNotUnderstood, __LINE__);
     }
     CurrentDriver driver(*functions);

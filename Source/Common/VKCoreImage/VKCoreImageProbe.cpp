@@ -7,6 +7,8 @@
 #include <VKCoreKit/VKCFRef.h>
 #include <VKCoreKit/VKUtils.h>
 
+#include <QVersionNumber>
+
 namespace VKCoreImageProbe {
 
 namespace {
@@ -45,6 +47,12 @@ VKStatus askDriver(Driver& driver) {
         }
     }
     return kVKStatusSuccess;
+}
+
+bool isNewEnough(const char* version) {
+    qsizetype end = 0;
+    const QVersionNumber number = QVersionNumber::fromString(QLatin1String(version), &end);
+    return end > 0 && number >= QVersionNumber(3, 3);
 }
 
 bool isNvidia2013Problem(const QString& card, const QString& systemVersion) {

@@ -30,6 +30,12 @@ public:
 /// of a text, behind which nothing is asked.
 [[nodiscard]] VKStatus askDriver(Driver& driver);
 
+/// Whether a driver that calls its version so has the functions of OpenGL 3.3.
+///
+///     "4.5 (Core Profile) Mesa 22.3.6" -> true      "3.3.0 NVIDIA 340.108" -> true
+///     "2.1 Mesa 22.3.6" -> false                    "OpenGL ES 3.2 Mesa" -> false      null, "" -> false
+[[nodiscard]] bool isNewEnough(const char* version);
+
 /// Whether cards of that name have the driver problem under a system of that version: NVIDIA's, from "10.13" on. The
 /// version is a decimal number here, on purpose, so that "10.9" is later than "10.13".
 [[nodiscard]] bool isNvidia2013Problem(const QString& card, const QString& systemVersion);

@@ -6,7 +6,10 @@
 #include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QSurfaceFormat>
 #include <QThread>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -16,10 +19,13 @@ VKStopwatch VKCoreImageUtils::sGlobalSW;
 
 // Texts in the settings files of users: none may change.
 const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtils = u"core_image_utils"_s;
-const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsEnableGLErrorCheck = u"core_enable_gl_error_check"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsEnableGLErrorCheck =
+    u"core_enable_gl_error_check"_s;
 const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsScalingPasses = u"core_scaling_passes"_s;
-const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsThreeChannelImages = u"core_three_channel_images"_s;
-const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsUseBasePixelTextures = u"use_base_pixel_textures"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsThreeChannelImages =
+    u"core_three_channel_images"_s;
+const QString VKCoreImageUtils::kConfigGroupVKCoreImageUtilsUseBasePixelTextures =
+    u"use_base_pixel_textures"_s;
 const QString VKCoreImageUtils::kPreviewerLayerName = u"Previewer"_s;
 
 namespace {
@@ -35,6 +41,17 @@ bool canHaveContext() {
     return application != nullptr && application->thread() == QThread::currentThread();
 }
 
+/// What the application wants by default, but never less than the core profile that the pipeline is written for: drivers
+/// may give the oldest version that suits the wish.
+QSurfaceFormat contextFormat() {
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    if (format.version() < std::pair(3, 3)) {
+        format.setVersion(3, 3);
+        format.setProfile(QSurfaceFormat::CoreProfile);
+    }
+    return format;
+}
+
 } // namespace
 
 VKStatus VKCoreImageUtils::aquireMainThreadGLContext() {
@@ -43,6 +60,7 @@ VKStatus VKCoreImageUtils::aquireMainThreadGLContext() {
     }
     if (sContext == nullptr) {
         sContext = new QOpenGLContext;
+        sContext->setFormat(contextFormat());
         sContext->setShareContext(QOpenGLContext::globalShareContext());
     }
     if (!sContext->isValid() && !sContext->create()) {
@@ -50,6 +68,8 @@ VKStatus VKCoreImageUtils::aquireMainThreadGLContext() {
     }
     if (sSurface == nullptr) {
         sSurface = new QOffscreenSurface;
+    }
+    if (!sSurface->isValid()) {
         sSurface->setFormat(sContext->format());
         sSurface->create();
     }

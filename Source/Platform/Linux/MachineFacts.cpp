@@ -51,6 +51,11 @@ QByteArray askLscpu(const QByteArray& root) {
     process.start(QStringLiteral("lscpu"), arguments, QIODevice::ReadOnly);
     const bool isFine = process.waitForFinished(kCommandBoundMs) && !isTooMuch &&
                         process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (process.state() != QProcess::NotRunning) {
+        // Its destructor would do the same, and complain.
+        process.kill();
+        process.waitForFinished();
+    }
     return isFine ? process.readAllStandardOutput() : QByteArray();
 }
 
