@@ -66,7 +66,7 @@ class VKQT_EXPORT Reachability : public CBaseCore {
 public:
     enum NetworkStatus { NotReachable = 0, ReachableViaWWAN = 1, ReachableViaWiFi = 2 };
 
-    /// What is called on a change, with the Reachability. May be set, called and cleared on any thread; one that is
+    /// What is called on a change, with the Reachability. May be set, called and cleared (with null) on any thread; one that is
     /// running goes on.
     class VKQT_EXPORT Block {
     public:

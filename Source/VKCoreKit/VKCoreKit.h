@@ -8,6 +8,7 @@
 #include <VKCoreKit/VKFolderReader.h>
 #include <VKCoreKit/VKLog.h>
 #include <VKCoreKit/VKMachine.h>
+#include <VKCoreKit/VKNetwork.h>
 #include <VKCoreKit/VKProcess.h>
 #include <VKCoreKit/VKProduct.h>
 #include <VKCoreKit/VKProgress.h>

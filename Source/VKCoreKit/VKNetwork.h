@@ -51,10 +51,17 @@ VKCORE_EXPORT VKStatus VKNetworkGetFlags(const VKNetworkAddress& address, VKNetw
 /// Longer names of hosts, in bytes, are refused: no name may be longer.
 inline constexpr int kVKNetworkLongestHostName = 253;
 
+/// Whether there can be a host of this name: not empty, not too long, without a zero character. Looks nothing up.
+[[nodiscard]] VKCORE_EXPORT bool VKNetworkIsHostName(const QString& host);
+
+/// An address as text, "192.0.2.1", "2001:db8::1", "fe80::1%eth0". 1005 for a null pointer, 1003 when it is none;
+/// `*address` changes only on success. Asks nobody.
+VKCORE_EXPORT VKStatus VKNetworkParseAddress(const QString& text, VKNetworkAddress* address);
+
 /// The addresses of a host's name, or of an address written as text, best first. Asks the system's resolver, which may
 /// ask servers: it can block for half a minute. Letters that are not ASCII are encoded as host names are.
 ///
-/// 1005 for a null pointer, and for a name that is empty, too long or holds a zero character. 1105 when there is no
+/// 1005 for a null pointer, and for what is no host's name. 1105 when there is no
 /// such name, 11 when nobody could tell. `*addresses` is empty then. Any thread.
 VKCORE_EXPORT VKStatus VKNetworkResolve(const QString& host, std::vector<VKNetworkAddress>* addresses);
 

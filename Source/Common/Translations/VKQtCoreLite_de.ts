@@ -9,4 +9,22 @@
         <translation>Kopie</translation>
     </message>
 </context>
+<context>
+    <name>Reachability</name>
+    <message>
+        <source>Cellular</source>
+        <extracomment>The kind of connection to the network: a telephone's.</extracomment>
+        <translation>Mobilfunk</translation>
+    </message>
+    <message>
+        <source>WiFi</source>
+        <extracomment>The kind of connection to the network: any other.</extracomment>
+        <translation>WLAN</translation>
+    </message>
+    <message>
+        <source>No Connection</source>
+        <extracomment>There is no connection to the network.</extracomment>
+        <translation>Keine Verbindung</translation>
+    </message>
+</context>
 </TS>

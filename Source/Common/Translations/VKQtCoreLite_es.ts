@@ -9,4 +9,22 @@
         <translation>copia</translation>
     </message>
 </context>
+<context>
+    <name>Reachability</name>
+    <message>
+        <source>Cellular</source>
+        <extracomment>The kind of connection to the network: a telephone's.</extracomment>
+        <translation>Datos móviles</translation>
+    </message>
+    <message>
+        <source>WiFi</source>
+        <extracomment>The kind of connection to the network: any other.</extracomment>
+        <translation>Wi-Fi</translation>
+    </message>
+    <message>
+        <source>No Connection</source>
+        <extracomment>There is no connection to the network.</extracomment>
+        <translation>Sin conexión</translation>
+    </message>
+</context>
 </TS>

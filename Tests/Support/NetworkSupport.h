@@ -1,0 +1,72 @@
+// A network of a test program's own, in which it is alone: interfaces, cables and routes made with `ip`. It goes with
+// the program.
+#pragma once
+
+#include "Support/DiskSupport.h"
+#include "Support/ShellCommand.h"
+
+#include <QByteArray>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+namespace Networks {
+
+inline bool gIsOwn = false;
+
+/// From here on the program's network is its own, and has a loopback interface that is up; so are its mounts. To be
+/// called before threads start. Without the right to, nothing happens, and isOwn() tells.
+inline void enterOwnNamespace() {
+    if (::unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
+        return;
+    }
+    Disk::must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
+    gIsOwn = Shell::outputOf("ip link set lo up 2>&1").status == 0;
+}
+
+inline bool isOwn() { return gIsOwn; }
+
+/// `ip COMMAND`, and so for each line of several. A test whose network cannot be made must not pass.
+inline void ip(const QByteArray& commands) {
+    for (const QByteArray& command : commands.split('\n')) {
+        const Shell::Output done = Shell::outputOf("ip " + command + " 2>&1");
+        if (done.status != 0) {
+            std::fprintf(stderr, "ip %s: %s\n", command.constData(), done.text.constData());
+            std::abort();
+        }
+    }
+}
+
+/// An interface "v0" and its cable, whose other end is "v1". Both are up; v0 has 10.9.0.2/24.
+class Cable {
+public:
+    Cable() {
+        ip("link add v0 type veth peer name v1\nlink set v1 up\naddr add 10.9.0.2/24 dev v0\n"
+           "link set v0 up");
+    }
+    Cable(const Cable&) = delete;
+    Cable& operator=(const Cable&) = delete;
+    ~Cable() { ip("link del v0"); }
+
+    static void pullOut() { ip("link set v1 down"); }
+    static void putIn() { ip("link set v1 up"); }
+};
+
+/// The same with a default route by 10.9.0.1, where nobody is.
+class Uplink : public Cable {
+public:
+    Uplink() { ip("route add default via 10.9.0.1"); }
+};
+
+} // namespace Networks
+
+/// VKTEST_MAIN in a network of the program's own.
+#define VKTEST_MAIN_WITH_OWN_NETWORK(Class)                                                                  \
+    int main(int argc, char** argv) {                                                                        \
+        Networks::enterOwnNamespace();                                                                       \
+        return vkTestRun(argc, argv, [] { return std::unique_ptr<QObject>(std::make_unique<Class>()); });    \
+    }
