@@ -71,6 +71,8 @@ struct CommandSpec {
     std::vector<KeySpec> jsonKeys = {}; ///< The members that --json writes for each element of its array.
     /// Does the work and answers an ExitStatus; Invocation::exitStatus() remembers complaints.
     int (*run)(Invocation&) = nullptr;
+    /// The switch with which the command asks for the screen, and so for the window system's libraries; empty for none.
+    QString screenSwitch = {};
 };
 
 /// Adds a command at start-up: one static object of this class in the command's own file.

@@ -6,10 +6,12 @@
 #include <VKQtLocale.h>
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -34,7 +36,26 @@ bool holdStandardDescriptors() {
 // What a command cannot do it says itself; the library's own record of it is for --verbose.
 void dropLog(const VKLogRecord& /*record*/, void* /*context*/) {}
 
-int runCommand(const GlobalLine& line, Output& output) {
+// The arguments of main() as the framework takes them.
+struct ProgramLine {
+    int& count;
+    char** words;
+};
+
+// The window system is started for those alone who ask for the screen: it costs time and may not be there.
+std::unique_ptr<QCoreApplication> makeApplication(const ProgramLine& program, bool needsScreen) {
+    if (!needsScreen) {
+        return std::make_unique<QCoreApplication>(program.count, program.words);
+    }
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        // The framework would end the program.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    return std::make_unique<QGuiApplication>(program.count, program.words);
+}
+
+int runCommand(const GlobalLine& line, const ProgramLine& program, Output& output) {
     const CommandSpec* command = findCommand(line.command);
     if (command == nullptr) {
         complain(u": "_s + unknownCommandSentence(line.command) + u"\nTry \"vkqt --help\"."_s);
@@ -57,10 +78,13 @@ int runCommand(const GlobalLine& line, Output& output) {
     if (!invocation.isOn(u"verbose"_s) && !line.verbose) {
         VKLogSetHandler(&dropLog, nullptr);
     }
+    const bool needsScreen = !command->screenSwitch.isEmpty() && invocation.isOn(command->screenSwitch);
+    const std::unique_ptr<QCoreApplication> application = makeApplication(program, needsScreen);
+    VKQtLocale::installTranslations();
     return command->run(invocation);
 }
 
-int run(const QStringList& arguments, Output& output) {
+int run(const QStringList& arguments, const ProgramLine& program, Output& output) {
     GlobalLine line;
     if (!parseGlobalLine(arguments, line)) {
         return kExitUsage;
@@ -71,7 +95,7 @@ int run(const QStringList& arguments, Output& output) {
         return kExitFine;
     }
     if (!line.command.isEmpty()) {
-        return runCommand(line, output);
+        return runCommand(line, program, output);
     }
     if (line.help) {
         output.write(generalHelp(output));
@@ -88,10 +112,8 @@ int main(int argc, char** argv) {
     // A reader that leaves early ends the output, not the program: see Output.
     std::signal(SIGPIPE, SIG_IGN);
     const QStringList arguments = decodeArguments(argc, argv);
-    const QCoreApplication application(argc, argv);
-    VKQtLocale::installTranslations();
     Output output(STDOUT_FILENO);
-    int status = run(arguments, output);
+    int status = run(arguments, {argc, argv}, output);
     const int error = writable ? output.finish() : EBADF;
     if (error != 0 && status != kExitUsage) {
         complain(u": the output could not be written: "_s + reasonOf(static_cast<VKStatus>(error)));
