@@ -92,11 +92,14 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("bookmark") << u"bookmark"_s
                               << common + QStringList{u"--paths"_s, u"--update"_s, u"--json"_s};
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
+    QTest::newRow("graphics") << u"graphics"_s
+                              << common + QStringList{u"--here"_s, u"--timeout SECONDS"_s, u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
     QTest::newRow("trash") << u"trash"_s << common + QStringList(u"--json"_s);
     QTest::newRow("trashed") << u"trashed"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("system") << u"system"_s << common + QStringList(u"--json"_s);
     QTest::newRow("tour") << u"tour"_s << common + QStringList{u"--brief"_s, u"--json"_s};
     QTest::newRow("rm") << u"rm"_s << common + QStringList{u"-r, --recursive"_s, u"--json"_s};
     QTest::newRow("stat") << u"stat"_s << common + QStringList(u"--json"_s);

@@ -14,6 +14,7 @@ config
 cp
 folders
 free
+graphics
 ls
 mkdir
 mv
@@ -21,6 +22,7 @@ path
 restore
 rm
 stat
+system
 tour
 trash
 trashed
