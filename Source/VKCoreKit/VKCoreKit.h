@@ -1,8 +1,10 @@
-/// The core library in one include: counting, statuses, strings, files, products, progress, streams and the log.
+/// The core library in one include: counting, statuses, strings, files, products, progress, streams,
+/// dates and the log.
 #pragma once
 
 #include <VKCoreKit/CBaseCore.h>
 #include <VKCoreKit/VKCFRef.h>
+#include <VKCoreKit/VKDate.h>
 #include <VKCoreKit/VKFileBookmark.h>
 #include <VKCoreKit/VKFileMgr.h>
 #include <VKCoreKit/VKFolderReader.h>

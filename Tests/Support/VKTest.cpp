@@ -67,7 +67,12 @@ bool VKTest::skipsAreFailures() { return qEnvironmentVariableIsSet("VKQT_NO_SKIP
 
 void VKTest::init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make) {
+std::unique_ptr<QCoreApplication> vkTestMakeGuiApplication(int& argc, char** argv) {
+    return std::make_unique<QGuiApplication>(argc, argv);
+}
+
+int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make,
+              VKTestApplicationMaker makeApplication) {
     QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/vktest-XXXXXX"));
     // Qt would leave behind what has a name that is not UTF-8.
     scratch.setAutoRemove(false);
@@ -76,10 +81,11 @@ int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject
         return 99;
     }
     gScratch = scratch.path();
-    QGuiApplication application(argc, argv);
+    std::unique_ptr<QCoreApplication> application = makeApplication(argc, argv);
     std::unique_ptr<QObject> test = make();
     const int failures = QTest::qExec(test.get(), argc, argv);
     test.reset();
+    application.reset();
     std::error_code error;
     std::filesystem::remove_all(gScratch.toStdString(), error);
     if (error) {

@@ -29,8 +29,15 @@ protected Q_SLOTS:
 /// The platform rules that this program was linked with: "host", "macos" or "windows".
 const char* vkTestPlatformRules();
 
+class QCoreApplication;
+using VKTestApplicationMaker = std::unique_ptr<QCoreApplication> (*)(int& argc, char** argv);
+
+/// A QGuiApplication. WidgetsTest.h has the one for tests with widgets.
+std::unique_ptr<QCoreApplication> vkTestMakeGuiApplication(int& argc, char** argv);
+
 /// Runs the test class that `make` creates, in the pinned environment. The value for main() to return.
-int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make);
+int vkTestRun(int argc, char** argv, const std::function<std::unique_ptr<QObject>()>& make,
+              VKTestApplicationMaker makeApplication = &vkTestMakeGuiApplication);
 
 /// The main function of a test program.
 #define VKTEST_MAIN(Class)                                                                                   \
