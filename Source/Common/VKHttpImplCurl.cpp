@@ -48,6 +48,14 @@ public:
         }
     }
 
+    /// A transfer that failed before it connected leaves its buffer behind, and libcurl refuses to size that again.
+    void setBufferSize(long bytes) {
+        if (mResult == CURLE_OK) {
+            const CURLcode result = mLibrary.easySetopt(mCurl, CURLOPT_BUFFERSIZE, bytes);
+            mResult = result == CURLE_BAD_FUNCTION_ARGUMENT ? CURLE_OK : result;
+        }
+    }
+
     /// Takes the result of another call into account.
     void require(CURLcode result) noexcept {
         if (mResult == CURLE_OK) {
@@ -256,7 +264,7 @@ CURLcode VKHttpImplCurl::Transfer::prepare() {
 void VKHttpImplCurl::Transfer::setConnection(Options& options) {
     options.set(CURLOPT_NOSIGNAL, 1L);
     options.set(CURLOPT_PROTOCOLS_STR, "http,https");
-    options.set(CURLOPT_BUFFERSIZE, kReceiveBytes);
+    options.setBufferSize(kReceiveBytes);
 }
 
 void VKHttpImplCurl::Transfer::setProgress(Options& options) {
