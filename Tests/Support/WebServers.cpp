@@ -67,7 +67,7 @@ QByteArray places(const QByteArray& files) {
            "    location = /connection { default_type text/plain; return 200 $connection; }\n"
            "    location /files/ { alias " +
            files +
-           "; }\n"
+           "; default_type ''; }\n"
            "    location /slow/ { alias " +
            files +
            "; limit_rate 200k; }\n"
@@ -205,6 +205,8 @@ Httpbin::Httpbin(const QByteArray& folder) {
 /// At once: by SIGTERM it would finish what a test has given up.
 Httpbin::~Httpbin() { mProcess->end(SIGQUIT); }
 
-QUrl Httpbin::url(const QByteArray& place) const { return urlAt("http", "127.0.0.1", mListener.port(), place); }
+QUrl Httpbin::url(const QByteArray& place) const {
+    return urlAt("http", "127.0.0.1", mListener.port(), place);
+}
 
 } // namespace WebServers

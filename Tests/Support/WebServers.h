@@ -59,7 +59,7 @@ struct Certificates {
 /// nginx with these places, each with TLS and without:
 ///
 ///     /small         200 bytes                    /protocol   "HTTP/1.1" or "HTTP/2.0", as negotiated
-///     /files/NAME    below files(), read only     /repeated   two headers "X-Repeated": "one", "two"
+///     /files/NAME    below files(), no type       /repeated   two headers "X-Repeated": "one", "two"
 ///     /connection    the number of the connection
 ///     /dav/NAME      below files(): PUT, DELETE, MKCOL, COPY, MOVE, GET
 ///     /slow/NAME     below files(), at 200 KB a second
