@@ -88,6 +88,11 @@ void ToolFrameTest::commandHelp_data() {
                                                 u"--names"_s,         u"--paths"_s,         u"-0, --null"_s,
                                                 u"--json"_s};
     QTest::newRow("cp") << u"cp"_s << common + QStringList{u"--merge"_s, u"--[no-]progress"_s, u"--json"_s};
+    QTest::newRow("date") << u"date"_s
+                          << common + QStringList{u"--format FORM"_s, u"--locale NAME"_s, u"--json"_s};
+    QTest::newRow("shortcuts") << u"shortcuts"_s
+                               << common + QStringList{u"--platform WHICH"_s, u"--order ORDER"_s, u"--html"_s,
+                                                       u"--json"_s};
     QTest::newRow("folders") << u"folders"_s << common + QStringList(u"--json"_s);
     QTest::newRow("bookmark") << u"bookmark"_s
                               << common + QStringList{u"--paths"_s, u"--update"_s, u"--json"_s};

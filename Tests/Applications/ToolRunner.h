@@ -12,6 +12,7 @@ inline constexpr const char* kEverydayCommands = R"(
 bookmark
 config
 cp
+date
 folders
 free
 graphics
@@ -21,6 +22,7 @@ mv
 path
 restore
 rm
+shortcuts
 stat
 system
 tour

@@ -92,6 +92,9 @@ void ToolShellTest::bashCompletes_data() {
         << u"vkqt ls --sort = n"_s << QStringList{u"name"_s, u"none"_s};
     QTest::newRow("all choices behind an equals sign")
         << u"vkqt ls --sort ="_s << QStringList{u"date"_s, u"name"_s, u"none"_s, u"size"_s};
+    QTest::newRow("platforms of shortcuts")
+        << u"vkqt shortcuts --platform ''"_s << QStringList{u"both"_s, u"mac"_s, u"windows"_s};
+    QTest::newRow("forms of a date") << u"vkqt date --format s"_s << QStringList{u"short"_s, u"suite"_s};
     QTest::newRow("free value") << u"vkqt ls --ext ''"_s << QStringList();
     QTest::newRow("shells") << u"vkqt completion ''"_s << QStringList{u"bash"_s, u"fish"_s, u"zsh"_s};
     QTest::newRow("help of a command") << u"vkqt help p"_s << QStringList(u"path"_s);
