@@ -21,7 +21,7 @@ namespace VKPlatform {
 /// its path there. A bin that is a link or another user's is not used. Failures of its own:
 /// EOPNOTSUPP: the volume has no bin (read-only, none can be made, a system's or network file system);
 /// EBUSY: the root, the home folder, a mount point, a bin, what is in one, or a folder that holds one of
-/// these;
+/// these, at any depth (a mount would go along, and be emptied with the bin);
 /// ENOENT: nothing is there; EACCES, EPERM: its folder does not let it go;
 /// EAGAIN: the bin vanished again and again while the item was on its way.
 ///

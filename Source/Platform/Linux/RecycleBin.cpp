@@ -4,6 +4,7 @@
 
 #include "Platform/FileDescriptor.h"
 #include "Platform/Linux/ExclusiveRename.h"
+#include "Platform/Linux/MountsBelow.h"
 #include "Platform/Linux/ReadAt.h"
 #include "Platform/Linux/RecycleFolders.h"
 #include "Platform/RecycleRules.h"
@@ -213,6 +214,12 @@ Failure putInto(const Bin& bin, const QByteArray& path, QByteArray& recycled) {
     return {EEXIST, false};
 }
 
+/// The rename would take what is mounted there along, into reach of whoever empties the bin.
+bool isAroundAMountPoint(const QByteArray& path) {
+    const FileDescriptor folder(::open(path.constData(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return folder.isOpen() && holdsMountPoint(folder);
+}
+
 /// What no bin may take: moving it would take the bin or the person's home away, or is done already.
 bool isRefused(const ItemFolder& folder, const QByteArray& path, const ItemFacts& item) {
     if (item.isMountPoint || liesInVolumeBin(path)) {
@@ -226,7 +233,7 @@ bool isRefused(const ItemFolder& folder, const QByteArray& path, const ItemFacts
         return false;
     }
     const QByteArray home = realPath(homeFolder());
-    return !home.isEmpty() && isSameOrInside(home, path);
+    return (!home.isEmpty() && isSameOrInside(home, path)) || isAroundAMountPoint(path);
 }
 
 /// Tries the bins that the folder's domain allows, best first.
