@@ -47,9 +47,10 @@ public:
 /// socket or device. Mode, attributes and times that the destination's file system cannot keep are left out.
 ///
 /// Extents are shared where the file system can, otherwise the kernel copies, otherwise this process. A file
-/// has no name until it is complete, so that even a killed process leaves none; where the file system cannot
-/// do that (most in user space), it grows as the sibling ".name.XXXXXX", and where that one cannot be renamed
-/// exclusively either, an empty file holds the final name for a moment.
+/// has no name until it is complete, so that even a killed process leaves none. Where the file system cannot do
+/// that (most in user space), it grows as the sibling ".name.XXXXXX", which a killed process leaves. That one gets
+/// the final name by an exclusive rename; where there is none, by a hard link; and where there are no links either,
+/// an empty file holds the final name until the rename replaces it, and a process killed in between leaves both.
 [[nodiscard]] int copyFile(const QByteArray& from, const QByteArray& to, CopyRules rules,
                            CopyWatcher* watcher);
 
