@@ -1,6 +1,8 @@
 // Flags from the kernel, names from the resolver.
 #include "NetworkRefs.h"
 
+#include "Platform/SignalsBlocked.h"
+
 #include <VKCoreKit/VKStatus.h>
 
 #include <algorithm>
@@ -9,8 +11,6 @@
 #include <thread>
 #include <utility>
 #include <vector>
-
-#include <signal.h>
 
 namespace {
 
@@ -45,22 +45,6 @@ public:
 
 private:
     VKNetworkAddress mAddress;
-};
-
-/// Signals of the application are for its own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &mBefore);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-
-private:
-    sigset_t mBefore = {};
 };
 
 /// A host's addresses, shared with the look-up, which nobody can stop and which may outlive who asked for it.
@@ -115,7 +99,7 @@ private:
             return;
         }
         mFlagsAtLookUp = bestFlags();
-        const SignalsBlocked blocked;
+        const VKPlatform::SignalsBlocked blocked;
         try {
             std::thread([self = shared_from_this()] { self->run(); }).detach();
             mIsLookingUp = true;

@@ -2,6 +2,7 @@
 #include "Reachability.h"
 
 #include "NetworkRefs.h"
+#include "Platform/SignalsBlocked.h"
 #include "VKNotificationCenter.h"
 
 #include <QCoreApplication>
@@ -15,7 +16,6 @@
 #include <utility>
 
 #include <netinet/in.h>
-#include <signal.h>
 #include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
@@ -44,18 +44,12 @@ QObject* mainThreadRelay() {
 
 /// Signals of the application are for its own threads.
 std::thread threadWithoutSignals(std::function<void()> body) {
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread thread;
+    const VKPlatform::SignalsBlocked blocked;
     try {
-        thread = std::thread(std::move(body));
+        return std::thread(std::move(body));
     } catch (const std::system_error&) {
-        // The thread stays without one: the caller sees that.
+        return {}; // the caller sees that
     }
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return thread;
 }
 
 struct Releaser {

@@ -37,8 +37,11 @@ VKStatus bytesOf(CFURLRef url, QByteArray& path) {
 
 VKStatus statusOf(int error) { return static_cast<VKStatus>(error); }
 
-/// The mount that holds the item, and that of its whole file system; 2 when they cannot be told.
-VKStatus mountOf(const QByteArray& path, MountEntry& mount, MountEntry& whole) {
+/// The item's path, the mount that holds it, and that of its whole file system; 2 when they cannot be told.
+VKStatus mountOf(CFURLRef url, QByteArray& path, MountEntry& mount, MountEntry& whole) {
+    if (const VKStatus status = bytesOf(url, path); status != kVKStatusSuccess) {
+        return status;
+    }
     std::vector<MountEntry> mounts;
     if (const int error = mountedFileSystems(mounts); error != 0) {
         return statusOf(error);
@@ -193,10 +196,7 @@ VKStatus VKVolumeGetIdentity(CFURLRef url, VKVolumeIdentity* identity) {
     QByteArray path;
     MountEntry mount;
     MountEntry whole;
-    if (const VKStatus status = bytesOf(url, path); status != kVKStatusSuccess) {
-        return status;
-    }
-    if (const VKStatus status = mountOf(path, mount, whole); status != kVKStatusSuccess) {
+    if (const VKStatus status = mountOf(url, path, mount, whole); status != kVKStatusSuccess) {
         return status;
     }
     identity->root = folderUrl(whole.place);
@@ -228,10 +228,7 @@ VKStatus VKVolumeGetEjectable(CFURLRef url, bool* ejectable) {
     QByteArray path;
     MountEntry mount;
     MountEntry whole;
-    if (const VKStatus status = bytesOf(url, path); status != kVKStatusSuccess) {
-        return status;
-    }
-    if (const VKStatus status = mountOf(path, mount, whole); status != kVKStatusSuccess) {
+    if (const VKStatus status = mountOf(url, path, mount, whole); status != kVKStatusSuccess) {
         return status;
     }
     std::vector<DiskFacts> disks;
@@ -275,7 +272,7 @@ CFStringRef VKFileMgrGetVolumeUUIDCopy(CFURLRef url) {
     QByteArray path;
     MountEntry mount;
     MountEntry whole;
-    if (bytesOf(url, path) != kVKStatusSuccess || mountOf(path, mount, whole) != kVKStatusSuccess) {
+    if (mountOf(url, path, mount, whole) != kVKStatusSuccess) {
         return nullptr;
     }
     const QByteArray uuid = uuidOf(mount);

@@ -3,8 +3,7 @@
 #include "Platform/AtomicFile.h"
 #include "Platform/Linux/CopyMetadata.h"
 #include "Platform/Linux/ReadAt.h"
-
-#include <QRandomGenerator>
+#include "Platform/Linux/TemporaryName.h"
 
 #include <cerrno>
 #include <climits>
@@ -18,20 +17,7 @@ namespace VKPlatform {
 
 namespace {
 
-constexpr int kNameTries = 100;
 constexpr int kLinkLimit = 40;
-constexpr qsizetype kNameLimit = 255;
-/// For file systems that take less than most (encrypting ones).
-constexpr qsizetype kShortNameLimit = 100;
-
-QByteArray randomSuffix() {
-    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    QByteArray suffix(6, Qt::Uninitialized);
-    for (char& letter : suffix) {
-        letter = kLetters[QRandomGenerator::system()->bounded(36)];
-    }
-    return suffix;
-}
 
 /// Where a flush is not known to a file system there is nothing to be flushed by it.
 int flushError() {
@@ -143,23 +129,17 @@ int AtomicFile::open(const QByteArray& target) {
 }
 
 int AtomicFile::openTemporary(unsigned mode) {
-    qsizetype limit = kNameLimit;
-    for (int tries = 0; tries < kNameTries; ++tries) {
-        // The member names only what was created here: abandon() removes it.
-        QByteArray name = temporaryFileName(mName, randomSuffix(), limit);
-        mFile = FileDescriptor(::openat(mFolder.get(), name.constData(),
-                                        O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-        if (mFile.isOpen()) {
-            mTemporaryName = std::move(name);
-            return 0;
-        }
-        if (errno == ENAMETOOLONG && limit != kShortNameLimit) {
-            limit = kShortNameLimit;
-        } else if (errno != EEXIST && errno != EINTR) {
+    return createTemporary(mName, [&](const QByteArray& name) {
+        mFile = FileDescriptor(retried([&] {
+            return ::openat(mFolder.get(), name.constData(),
+                            O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+        }));
+        if (!mFile.isOpen()) {
             return errno;
         }
-    }
-    return EEXIST;
+        mTemporaryName = name; // only what was created here: abandon() removes it
+        return 0;
+    });
 }
 
 int AtomicFile::writeAt(std::int64_t offset, const void* data, std::size_t size) {

@@ -91,4 +91,12 @@ int flushToDisk(int file) {
     return errno == EINVAL || errno == ENOSYS || errno == EROFS || errno == ENOTSUP ? 0 : errno;
 }
 
+int flushFolder(const FileDescriptor& folder) {
+    const FileDescriptor readable(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!readable.isOpen()) {
+        return errno == EACCES ? 0 : errno;
+    }
+    return flushToDisk(readable.get());
+}
+
 } // namespace VKPlatform

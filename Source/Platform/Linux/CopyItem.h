@@ -39,4 +39,8 @@ struct CopyTarget {
 /// Flushes a file or a folder. A file system that knows no flush has nothing to flush. errno.
 [[nodiscard]] int flushToDisk(int file);
 
+/// Puts a change of the folder's names on the disk; also of one that is open for names only. A folder that may not
+/// be read cannot be flushed. errno.
+[[nodiscard]] int flushFolder(const FileDescriptor& folder);
+
 } // namespace VKPlatform

@@ -1,16 +1,13 @@
 // A new file without a name, filled, then named; a named temporary one where the file system has no other.
 #include "Platform/FileCopy.h"
 
-#include "Platform/AtomicFile.h"
 #include "Platform/Linux/CopyItem.h"
 #include "Platform/Linux/Place.h"
 #include "Platform/Linux/ReadAt.h"
 #include "Platform/Linux/Rename.h"
-
-#include <QRandomGenerator>
+#include "Platform/Linux/TemporaryName.h"
 
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
@@ -20,25 +17,12 @@ namespace VKPlatform {
 
 namespace {
 
-constexpr int kNameTries = 100;
-/// For file systems that take less than most (encrypting ones).
-constexpr qsizetype kShortNameLimit = 100;
-
 int exists(const Place& place) {
     struct stat record;
     if (::fstatat(place.folder.get(), place.name.constData(), &record, AT_SYMLINK_NOFOLLOW) == 0) {
         return EEXIST;
     }
     return errno == ENOENT ? 0 : errno;
-}
-
-/// Puts a change of the folder's names on the disk. A folder that may not be read cannot be flushed.
-int flushFolder(const FileDescriptor& folder) {
-    const FileDescriptor readable(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!readable.isOpen()) {
-        return errno == EACCES ? 0 : errno;
-    }
-    return flushToDisk(readable.get());
 }
 
 /// A file that gets its name when it is complete. Abandoned, it leaves nothing.
@@ -78,24 +62,17 @@ public:
 
 private:
     [[nodiscard]] int openTemporary() {
-        qsizetype limit = NAME_MAX;
-        for (int tries = 0; tries < kNameTries; ++tries) {
-            const QByteArray suffix = QByteArray::number(QRandomGenerator::system()->bounded(0x7fffffff), 36)
-                                          .rightJustified(6, '0');
-            QByteArray name = temporaryFileName(mPlace.name, suffix, limit);
-            mFile = FileDescriptor(::openat(mPlace.folder.get(), name.constData(),
-                                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-            if (mFile.isOpen()) {
-                mTemporaryName = std::move(name);
-                return 0;
-            }
-            if (errno == ENAMETOOLONG && limit != kShortNameLimit) {
-                limit = kShortNameLimit;
-            } else if (errno != EEXIST && errno != EINTR) {
+        return createTemporary(mPlace.name, [this](const QByteArray& name) {
+            mFile = FileDescriptor(retried([&] {
+                return ::openat(mPlace.folder.get(), name.constData(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+            }));
+            if (!mFile.isOpen()) {
                 return errno;
             }
-        }
-        return EEXIST;
+            mTemporaryName = name;
+            return 0;
+        });
     }
 
     [[nodiscard]] int link() const {

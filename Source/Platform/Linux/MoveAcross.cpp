@@ -1,15 +1,13 @@
 // To another file system: a copy that is put into place as a whole, and then the removal of exactly what was
 // copied.
-#include "Platform/AtomicFile.h"
 #include "Platform/FileCopy.h"
 #include "Platform/Linux/CopyItem.h"
 #include "Platform/Linux/MovedTree.h"
 #include "Platform/Linux/Rename.h"
+#include "Platform/Linux/TemporaryName.h"
 #include "Platform/Linux/TreeEntries.h"
 #include "Platform/Linux/TreeFlush.h"
 #include "Platform/TreeCopy.h"
-
-#include <QRandomGenerator>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -21,22 +19,9 @@ namespace VKPlatform {
 
 namespace {
 
-constexpr int kNameTries = 100;
-constexpr qsizetype kNameLimit = 255;
-/// For file systems that take less than most (encrypting ones).
-constexpr qsizetype kShortNameLimit = 100;
-
 /// A path that leads to the place through its open folder, for functions that take paths.
 QByteArray pathOf(const Place& place) {
     return "/proc/self/fd/" + QByteArray::number(place.folder.get()) + '/' + place.name;
-}
-
-int flushFolder(const FileDescriptor& folder) {
-    const FileDescriptor readable(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!readable.isOpen()) {
-        return errno == EACCES ? 0 : errno; // a folder that may not be read cannot be flushed
-    }
-    return flushToDisk(readable.get());
 }
 
 /// What can be known before about whether the source's name may be removed.
@@ -103,17 +88,10 @@ int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& 
     TreeFlush flush(watcher);
     const CopyRules rules = {flush.begin(copy.folder) ? CopyFlush::Leave : CopyFlush::ToDisk,
                              CopyOwner::Keep};
-    qsizetype limit = kNameLimit;
-    int error = EEXIST;
-    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
-        const QByteArray suffix = QByteArray::number(QRandomGenerator::system()->bounded(0x7fffffff), 36);
-        copy.name = temporaryFileName(to.name, suffix.rightJustified(6, '0'), limit);
-        error = copyTree(pathOf(from), pathOf(copy), rules, &flush);
-        if (error == ENAMETOOLONG && limit != kShortNameLimit) {
-            limit = kShortNameLimit;
-            error = EEXIST;
-        }
-    }
+    int error = createTemporary(to.name, [&](const QByteArray& name) {
+        copy.name = name;
+        return copyTree(pathOf(from), pathOf(copy), rules, &flush);
+    });
     if (error == 0) {
         error = flush.flush();
         if (error != 0) {

@@ -2,11 +2,11 @@
 #include "Platform/Linux/TreeItems.h"
 
 #include "Platform/Linux/CopyItem.h"
+#include "Platform/SignalsBlocked.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <fcntl.h>
 #include <new>
 #include <optional>
@@ -24,22 +24,6 @@ constexpr std::size_t kItemsForTwo = 4;
 
 /// How often the calling thread asks the watcher while it waits.
 constexpr std::chrono::milliseconds kWaitingPause(30);
-
-/// The signals of the application are for its own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &mBefore);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-
-private:
-    sigset_t mBefore = {};
-};
 
 } // namespace
 
