@@ -263,33 +263,21 @@ void DiskServiceTest::unmountByStandIn_data() {
 }
 
 void DiskServiceTest::unmountByStandIn() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
+    VKTEST_NEEDS_SERVED_DISK();
     QFETCH(QByteArray, behaviour);
     QFETCH(int, error);
     QFETCH(bool, staysMounted);
-    const QByteArray folder = newFolder();
-    const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
-    const Mounts::Mounted mounted(disk.device(), folder + "/m");
-    QVERIFY2(mounted.isMounted(), mounted.message());
-    const Bus::SystemBus bus(folder);
-    const Bus::FakeDiskService service(bus, {Bus::numberOf(disk.device()), mounted.place(), behaviour});
-    QVERIFY(service.isReady());
+    const Bus::ServedDisk mounted(newFolder(), behaviour);
+    QVERIFY2(mounted.isReady(), mounted.message());
     QCOMPARE(unmountVolume(mounted.place()), error);
     QCOMPARE(isMounted(mounted.place()), staysMounted);
 }
 
 void DiskServiceTest::silentUnmount() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
-    const QByteArray folder = newFolder();
-    const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
-    const Mounts::Mounted mounted(disk.device(), folder + "/m");
-    QVERIFY2(mounted.isMounted(), mounted.message());
-    const Bus::SystemBus bus(folder);
+    VKTEST_NEEDS_SERVED_DISK();
     // A service that does not answer the question is as good as none.
-    const Bus::FakeDiskService service(bus, {Bus::numberOf(disk.device()), mounted.place(), "silent"});
-    QVERIFY(service.isReady());
+    const Bus::ServedDisk mounted(newFolder(), "silent");
+    QVERIFY2(mounted.isReady(), mounted.message());
     QSemaphore ended;
     std::atomic<int> result = -1;
     QVERIFY(startUnmount(mounted.place(), [&](int error) {
@@ -302,8 +290,7 @@ void DiskServiceTest::silentUnmount() {
 }
 
 void DiskServiceTest::severalPlacesGoPastTheService() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
+    VKTEST_NEEDS_SERVED_DISK();
     const QByteArray folder = newFolder();
     const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
     const Mounts::Mounted first(disk.device(), folder + "/first");

@@ -249,9 +249,7 @@ void FileCopyFaultTest::everyCallFailingForALink() {
 }
 
 void FileCopyFaultTest::everyAllocationFailing() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     makePhoto(at("a"), 100'000);
     const QByteArray from = at("a");
     const QByteArray to = at("b");

@@ -5,7 +5,7 @@
 #include "Support/VKTest.h"
 
 #include <cerrno>
-#include <memory>
+#include <optional>
 
 using namespace VKPlatform;
 
@@ -47,6 +47,27 @@ FileIdentity withoutHandle() {
 FileIdentity bare() {
     return changed([](FileIdentity& identity) { identity.born.reset(); }, withoutHandle());
 }
+
+/// A file system of that type, "tmpfs" among them, in a folder of its own.
+class MountedType {
+public:
+    explicit MountedType(const QByteArray& type) : mFolder(VKTest::makeFolder().toUtf8() + "/mount") {
+        Disk::makeFolder(mFolder);
+        if (type == "tmpfs") {
+            mMemory.emplace(mFolder, "size=1m");
+        } else {
+            mDisk.emplace(type.constData(), mFolder);
+        }
+    }
+
+    [[nodiscard]] bool isMounted() const { return mDisk ? mDisk->isMounted() : mMemory->isMounted(); }
+    [[nodiscard]] const QByteArray& folder() const { return mFolder; }
+
+private:
+    QByteArray mFolder;
+    std::optional<Disk::TemporaryFileSystem> mMemory;
+    std::optional<Disk::LoopFileSystem> mDisk;
+};
 
 } // namespace
 
@@ -204,22 +225,15 @@ void FileIdentityTest::kinds() {
 }
 
 void FileIdentityTest::whatDoesNotMatter_data() {
-    QTest::addColumn<QByteArray>("type");
-    for (const char* type : {"ext4", "xfs", "btrfs", "tmpfs"}) {
-        QTest::newRow(type) << QByteArray(type);
-    }
+    Disk::addFileSystemRows();
+    QTest::newRow("tmpfs") << QByteArray("tmpfs");
 }
 
 void FileIdentityTest::whatDoesNotMatter() {
     QFETCH(const QByteArray, type);
-    const QByteArray folder = makeFolder().toUtf8() + "/mount";
-    Disk::makeFolder(folder);
-    const Disk::TemporaryFileSystem memory(folder, "size=1m");
-    std::unique_ptr<Disk::LoopFileSystem> disk;
-    if (type != "tmpfs") {
-        disk = std::make_unique<Disk::LoopFileSystem>(type.constData(), folder);
-    }
-    VKTEST_NEEDS(disk == nullptr ? memory.isMounted() : disk->isMounted(), "root and loop devices");
+    const MountedType mounted(type);
+    VKTEST_NEEDS(mounted.isMounted(), "root and loop devices");
+    const QByteArray folder = mounted.folder();
     const QByteArray path = folder + "/a.jpg";
     Disk::makeFile(path, "photo");
     FileIdentity before;
@@ -239,14 +253,9 @@ void FileIdentityTest::inodesGivenOutAgain_data() { whatDoesNotMatter_data(); }
 /// Files are made and deleted until one gets the inode number of the first: it has to be told apart.
 void FileIdentityTest::inodesGivenOutAgain() {
     QFETCH(const QByteArray, type);
-    const QByteArray folder = makeFolder().toUtf8() + "/mount";
-    Disk::makeFolder(folder);
-    const Disk::TemporaryFileSystem memory(folder, "size=1m");
-    std::unique_ptr<Disk::LoopFileSystem> disk;
-    if (type != "tmpfs") {
-        disk = std::make_unique<Disk::LoopFileSystem>(type.constData(), folder);
-    }
-    VKTEST_NEEDS(disk == nullptr ? memory.isMounted() : disk->isMounted(), "root and loop devices");
+    const MountedType mounted(type);
+    VKTEST_NEEDS(mounted.isMounted(), "root and loop devices");
+    const QByteArray folder = mounted.folder();
     const QByteArray path = folder + "/a.jpg";
     Disk::makeFile(path, "photo");
     FileIdentity first;

@@ -5,6 +5,7 @@
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
 #include "Support/LoopFileSystem.h"
+#include "Support/OddNames.h"
 #include "Support/VKTest.h"
 
 #include <cerrno>
@@ -232,15 +233,7 @@ void FileMoveTest::refused() {
     QCOMPARE(picture(), before);
 }
 
-void FileMoveTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20%s");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("\xE9\xFF");
-    QTest::newRow("looks like an option") << QByteArray("-f");
-}
+void FileMoveTest::names_data() { addOddNameRows(); }
 
 void FileMoveTest::names() {
     QFETCH(QByteArray, name);

@@ -4,6 +4,7 @@
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
 #include "Support/LoopFileSystem.h"
+#include "Support/OddNames.h"
 #include "Support/VKTest.h"
 
 #include <atomic>
@@ -158,16 +159,7 @@ void FileRemovalTest::linksAreNotFollowed() {
     QCOMPARE(Disk::namesIn(precious + "/sub").size(), 6);
 }
 
-void FileRemovalTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20%s");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("\xE9\xFF");
-    QTest::newRow("looks like an option") << QByteArray("-rf");
-    QTest::newRow("three dots") << QByteArray("...");
-}
+void FileRemovalTest::names_data() { addOddNameRows(); }
 
 void FileRemovalTest::names() {
     QFETCH(QByteArray, name);

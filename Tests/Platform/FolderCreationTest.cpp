@@ -3,6 +3,7 @@
 
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
+#include "Support/OddNames.h"
 #include "Support/VKTest.h"
 
 #include <cerrno>
@@ -125,15 +126,7 @@ void FolderCreationTest::deepAndLong() {
     QCOMPARE(createFolders(path + "/one/more"), 0);
 }
 
-void FolderCreationTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("\xE9\xFF");
-    QTest::newRow("blank") << QByteArray(" ");
-}
+void FolderCreationTest::names_data() { addOddNameRows(); }
 
 void FolderCreationTest::names() {
     QFETCH(QByteArray, name);

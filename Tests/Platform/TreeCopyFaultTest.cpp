@@ -192,9 +192,7 @@ void TreeCopyFaultTest::everyCallFailingInStages() {
 }
 
 void TreeCopyFaultTest::everyAllocationFailing() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     makeAlbum(at("album"), 100);
     const QByteArray from = at("album");
     const QByteArray to = at("copy");

@@ -197,9 +197,7 @@ void WholeFileTest::readingFails() {
 }
 
 void WholeFileTest::memoryIsShort() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     Disk::makeFile(mRoot + "/a", bytes(100'000));
     const QByteArray path = mRoot + "/a";
     Faults::Loop faults(Faults::kAllocations, ENOMEM);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Support/DiskSupport.h"
+#include "Support/MountSupport.h"
 #include "Support/ProcessSupport.h"
 #include "Support/ShellCommand.h"
 
@@ -93,6 +94,35 @@ private:
     Processes::Running mService;
     bool mReady;
 };
+
+/// A file system on a loop device, mounted at "m" in the folder, and a system bus on which the stand-in tells of it.
+/// Needs root.
+class ServedDisk {
+public:
+    ServedDisk(const QByteArray& folder, const QByteArray& behaviour, const QByteArrayList& properties = {},
+               const char* format = "mkfs.ext4 -q")
+        : mDisk(folder + "/disk", format, 8), mMounted(mDisk.device(), folder + "/m"), mBus(folder),
+          mService(mBus, QByteArrayList{numberOf(mDisk.device()), mMounted.place(), behaviour} + properties) {
+    }
+
+    [[nodiscard]] static bool canBeMade() {
+        return FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control");
+    }
+
+    [[nodiscard]] bool isReady() const { return mMounted.isMounted() && mService.isReady(); }
+    [[nodiscard]] QByteArray message() const { return mMounted.message(); }
+    [[nodiscard]] QByteArray place() const { return mMounted.place(); }
+
+private:
+    Mounts::LoopDisk mDisk;
+    Mounts::Mounted mMounted;
+    SystemBus mBus;
+    FakeDiskService mService;
+};
+
+#define VKTEST_NEEDS_SERVED_DISK()                                                                           \
+    VKTEST_NEEDS(Bus::ServedDisk::canBeMade(),                                                               \
+                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices")
 
 /// The device manager and the real disk service. Needs root.
 class RealDiskService {

@@ -216,9 +216,7 @@ void FaultInjectionTest::unsupportedCalls() {
 }
 
 void FaultInjectionTest::allocations() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     bool thrown = false;
     {
         const Faults::Armed armed(Faults::kAllocations, 0, ENOMEM);

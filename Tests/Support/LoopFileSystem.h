@@ -6,6 +6,7 @@
 #include "Support/ShellCommand.h"
 
 #include <QByteArray>
+#include <QTest>
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -15,6 +16,14 @@
 namespace Disk {
 
 inline bool runs(const QByteArray& command) { return Shell::outputOf(command + " >/dev/null").status == 0; }
+
+/// The column "type", and a row for each kind of LoopFileSystem that keeps all that belongs to a file.
+inline void addFileSystemRows() {
+    QTest::addColumn<QByteArray>("type");
+    for (const char* type : {"ext4", "xfs", "btrfs"}) {
+        QTest::newRow(type) << QByteArray(type);
+    }
+}
 
 /// "ext4", "xfs", "btrfs" or "exfat" (in user space; names are compared without case), mounted on `folder`,
 /// which has to be there, as long as the object lives. Its image is a sparse file beside the folder. The top

@@ -5,6 +5,7 @@
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
 #include "Support/LoopFileSystem.h"
+#include "Support/OddNames.h"
 
 #include <cerrno>
 #include <csignal>
@@ -144,14 +145,7 @@ void VKFileMgrContentsTest::readLimit() {
     QCOMPARE(VKFileMgrGetFileContentsCopy(url.get(), data.out()), VKStatus(27));
 }
 
-void VKFileMgrContentsTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20%s%");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("lat\xE9");
-}
+void VKFileMgrContentsTest::names_data() { addOddNameRows(); }
 
 void VKFileMgrContentsTest::names() {
     QFETCH(QByteArray, name);
@@ -168,12 +162,7 @@ void VKFileMgrContentsTest::names() {
     QCOMPARE(CFDataCopyQByteArray(data.get()), QByteArray("new"));
 }
 
-void VKFileMgrContentsTest::keepsWhatTheFileHas_data() {
-    QTest::addColumn<QByteArray>("type");
-    for (const char* type : {"ext4", "xfs", "btrfs"}) {
-        QTest::newRow(type) << QByteArray(type);
-    }
-}
+void VKFileMgrContentsTest::keepsWhatTheFileHas_data() { Disk::addFileSystemRows(); }
 
 void VKFileMgrContentsTest::keepsWhatTheFileHas() {
     QFETCH(QByteArray, type);
@@ -241,9 +230,7 @@ void VKFileMgrContentsTest::exfat() {
 }
 
 void VKFileMgrContentsTest::memoryIsShort() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     Disk::makeFile(mRoot + "/a", "old");
     const auto url = makeUrl(mRoot + "/a");
     const auto data = dataOf("new");

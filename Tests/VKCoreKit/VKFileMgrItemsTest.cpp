@@ -4,6 +4,7 @@
 #include "CoreKitSupport.h"
 #include "Support/DiskSupport.h"
 #include "Support/LoopFileSystem.h"
+#include "Support/OddNames.h"
 
 #include <cerrno>
 
@@ -132,16 +133,7 @@ void VKFileMgrItemsTest::nothingProtectedIsDeleted() {
     QVERIFY(Disk::exists(home));
 }
 
-void VKFileMgrItemsTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20%s%");
-    QTest::newRow("hash and question mark") << QByteArray("a#b?c");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("lat\xE9");
-    QTest::newRow("backslash") << QByteArray("a\\b");
-}
+void VKFileMgrItemsTest::names_data() { addOddNameRows(); }
 
 // Made by bytes, found and deleted through the text.
 void VKFileMgrItemsTest::names() {

@@ -5,6 +5,7 @@
 #include "Support/DiskSupport.h"
 #include "Support/FaultInjection.h"
 #include "Support/LoopFileSystem.h"
+#include "Support/OddNames.h"
 
 #include <cerrno>
 #include <csignal>
@@ -149,14 +150,7 @@ void VKFileMgrMoveTest::insideAFileSystem() {
     VKProgressRelease(progress);
 }
 
-void VKFileMgrMoveTest::names_data() {
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("newline") << QByteArray("a\nb");
-    QTest::newRow("percent") << QByteArray("100%20%s%");
-    QTest::newRow("longest") << QByteArray(255, 'n');
-    QTest::newRow("decomposed") << QByteArray("e\xCC\x81");
-    QTest::newRow("not UTF-8") << QByteArray("lat\xE9");
-}
+void VKFileMgrMoveTest::names_data() { addOddNameRows(); }
 
 void VKFileMgrMoveTest::names() {
     QFETCH(QByteArray, name);
@@ -173,12 +167,7 @@ void VKFileMgrMoveTest::names() {
     QCOMPARE(Disk::namesIn(mRoot + "/other/" + name), QByteArrayList());
 }
 
-void VKFileMgrMoveTest::across_data() {
-    QTest::addColumn<QByteArray>("type");
-    for (const char* type : {"ext4", "xfs", "btrfs"}) {
-        QTest::newRow(type) << QByteArray(type);
-    }
-}
+void VKFileMgrMoveTest::across_data() { Disk::addFileSystemRows(); }
 
 void VKFileMgrMoveTest::across() {
     QFETCH(QByteArray, type);
@@ -503,9 +492,7 @@ void VKFileMgrMoveTest::memoryIsShort_data() {
 void VKFileMgrMoveTest::memoryIsShort() {
     QFETCH(QByteArray, item);
     QFETCH(bool, across);
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     VKTEST_NEEDS(Disk::isRoot(), "root, to mount a file system");
     Disk::makeFolder(mRoot + "/other");
     Disk::makeFolder(mRoot + "/here");

@@ -321,19 +321,12 @@ void VKVolumesTest::diskServiceKnowsMore_data() {
 }
 
 void VKVolumesTest::diskServiceKnowsMore() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
+    VKTEST_NEEDS_SERVED_DISK();
     QFETCH(QByteArrayList, properties);
     QFETCH(QString, name);
     QFETCH(bool, ejectable);
-    const QByteArray folder = newFolder();
-    const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q -L Label", 8);
-    const Mounts::Mounted mounted(disk.device(), folder + "/m");
-    QVERIFY2(mounted.isMounted(), mounted.message());
-    const Bus::SystemBus bus(folder);
-    const Bus::FakeDiskService service(
-        bus, QByteArrayList{Bus::numberOf(disk.device()), mounted.place(), "ok"} + properties);
-    QVERIFY(service.isReady());
+    const Bus::ServedDisk mounted(newFolder(), "ok", properties, "mkfs.ext4 -q -L Label");
+    QVERIFY2(mounted.isReady(), mounted.message());
     const VKVolume volume = volumeAt(mounted.place());
     QCOMPARE(volume.name, name);
     QCOMPARE(volume.isRemovable, ejectable);
@@ -350,8 +343,7 @@ void VKVolumesTest::diskServiceKnowsMore() {
 }
 
 void VKVolumesTest::unmountingThroughTheDiskService() {
-    VKTEST_NEEDS(Bus::FakeDiskService::canBeMade() && Disk::isRoot() && Disk::exists("/dev/loop-control"),
-                 "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices");
+    VKTEST_NEEDS_SERVED_DISK();
     const QByteArray folder = newFolder();
     const Mounts::LoopDisk disk(folder + "/disk", "mkfs.ext4 -q", 8);
     const Mounts::Mounted mounted(disk.device(), folder + "/m");
