@@ -193,10 +193,13 @@ QString Invocation::value(const QString& option) const {
 
 QStringList Invocation::values(const QString& option) const { return mValues.value(option); }
 
-void Invocation::fail(const QString& subject, VKStatus status) {
-    complain(u' ' + mCommand.name + u": "_s + shown(subject) + u": "_s + reasonOf(status));
+void Invocation::fail(const QString& subject, const QString& reason) {
+    const QString named = subject.isEmpty() ? u"\"\""_s : shown(subject);
+    complain(u' ' + mCommand.name + u": "_s + named + u": "_s + reason);
     mExitStatus = kExitFailed;
 }
+
+void Invocation::fail(const QString& subject, VKStatus status) { fail(subject, reasonOf(status)); }
 
 int Invocation::usageError(const QString& sentence) const {
     complain(u' ' + mCommand.name + u": "_s + sentence + u"\nTry \"vkqt "_s + mCommand.name +
@@ -241,6 +244,9 @@ ColorChoice colorChoice(const QString& word) {
 QString reasonOf(VKStatus status) {
     if (status == kVKStatusNotConvertible) {
         return u"not a path"_s;
+    }
+    if (status == kVKStatusCancelled) {
+        return u"cancelled"_s; // where nothing was there to be done, commands say so themselves
     }
     QString text = QString::fromUtf8(VKStatusText(status));
     text.replace("directory"_L1, "folder"_L1);

@@ -50,7 +50,10 @@ public:
     [[nodiscard]] QStringList values(const QString& option) const;
     [[nodiscard]] const QStringList& arguments() const { return mArguments; }
 
-    /// "vkqt ls: SUBJECT: the reason" on stderr; the command ends with kExitFailed.
+    /// "vkqt ls: SUBJECT: the reason" on stderr; the command ends with kExitFailed. A path is named as the command
+    /// line has it; an empty one as "".
+    void fail(const QString& subject, const QString& reason);
+    /// The same with the status's reason.
     void fail(const QString& subject, VKStatus status);
     /// "vkqt ls: SENTENCE" and where to read more, on stderr. Answers kExitUsage.
     [[nodiscard]] int usageError(const QString& sentence) const;
@@ -82,7 +85,7 @@ struct GlobalLine {
 /// ColorChoice of "auto", "always" and "never".
 [[nodiscard]] ColorChoice colorChoice(const QString& word);
 
-/// The reason of a status as the end of a sentence: "no such file or folder".
+/// The reason of a status as the end of a sentence: "no such file or folder", "cancelled".
 [[nodiscard]] QString reasonOf(VKStatus status);
 
 /// "there is no command \"lss\"; did you mean \"ls\"?"

@@ -1,11 +1,18 @@
 // Everything goes the library's one way: from the path to its URL, which holds the name as it is on disk.
 #include "Items.h"
 
+#include "CommandLine.h"
+
 #include <CoreFoundation/CFQt.h>
 #include <VKCoreKit/VKCoreKit.h>
 #include <VKQtPathFilter.h>
 #include <VKQtStringUtils.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <pwd.h>
+#include <unistd.h>
 #include <vector>
 
 namespace VKTool {
@@ -16,6 +23,54 @@ namespace {
 
 QDateTime utcTime(bool known, std::int64_t milliseconds) {
     return known ? QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC) : QDateTime();
+}
+
+namespace fs = std::filesystem;
+
+// The folders that the library takes for the home folder: $HOME and that of the account.
+std::vector<fs::path> homeFolders() {
+    std::vector<fs::path> homes;
+    const passwd* const account = ::getpwuid(::geteuid());
+    for (const char* home : {std::getenv("HOME"), account != nullptr ? account->pw_dir : nullptr}) {
+        std::error_code error;
+        const fs::path real = home != nullptr && *home == '/' ? fs::canonical(home, error) : fs::path();
+        if (!error && !real.empty()) {
+            homes.push_back(real);
+        }
+    }
+    return homes;
+}
+
+bool isMountPoint(const fs::path& place) {
+    const auto text = VKCFRef<CFStringRef>::adopt(CFStringCreateWithQString(decodeBytes(place.c_str())));
+    return VKCFRef<CFURLRef>::adopt(VKVolumesCreateURL(text.get())).get() != nullptr;
+}
+
+bool isBelow(const fs::path& item, const fs::path& folder) {
+    const fs::path way = item.lexically_relative(folder);
+    return !way.empty() && *way.begin() != ".." && *way.begin() != ".";
+}
+
+// What makes the library refuse an item as in use; empty when that is not what the item is.
+QString whatIsKept(const fs::path& item) {
+    if (item == "/") {
+        return u"is the root of the file system"_s;
+    }
+    const std::vector<fs::path> homes = homeFolders();
+    for (const fs::path& home : homes) {
+        if (item == home) {
+            return u"is the home folder"_s;
+        }
+    }
+    if (isMountPoint(item)) {
+        return u"is a mount point"_s;
+    }
+    for (const fs::path& home : homes) {
+        if (isBelow(home, item)) {
+            return u"holds the home folder"_s;
+        }
+    }
+    return QString();
 }
 
 } // namespace
@@ -46,6 +101,27 @@ ItemFacts askDisk(const QString& path) {
         facts.modified = utcTime(details.modifiedKnown, details.modifiedMs);
     }
     return facts;
+}
+
+QString reasonKept(const QString& path, Disposal disposal, VKStatus status) {
+    if (status != EBUSY) {
+        return reasonOf(status);
+    }
+    fs::path given(bytesOnDisk(VKQtPath(path, false)).toStdString());
+    if (!given.has_filename()) { // "/", or with a slash at the end
+        given = given.parent_path();
+    }
+    if (given.filename() == "." || given.filename() == "..") {
+        return u"is no name of an item"_s;
+    }
+    std::error_code error;
+    const fs::path item = fs::canonical(given.parent_path(), error) / given.filename();
+    const QString what = error ? QString() : whatIsKept(item);
+    if (!what.isEmpty()) {
+        return what;
+    }
+    return disposal == Disposal::Recycle ? u"holds a mount point, or belongs to a recycle bin"_s
+                                         : u"holds a mount point, or somebody goes on changing it"_s;
 }
 
 QString kindOf(const VKQtPath& path) {

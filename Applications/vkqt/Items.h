@@ -7,6 +7,8 @@
 #include <QDateTime>
 #include <QString>
 
+#include <cstdint>
+
 namespace VKTool {
 
 /// What the disk says about a path. A link is what it names; one that names nothing is a file of size 0.
@@ -22,6 +24,14 @@ struct ItemFacts {
 
 /// Looks on the disk, under whatever spelling the name has there.
 [[nodiscard]] ItemFacts askDisk(const QString& path);
+
+/// What rm and trash do with an item.
+enum class Disposal : std::uint8_t { Delete, Recycle };
+
+/// Why an item was not deleted or recycled, as the end of a sentence. Of what the library refuses as in use (16)
+/// it is found out what the item is: "is the home folder", "is a mount point", "holds the home folder" ...; of
+/// other statuses it is their own reason.
+[[nodiscard]] QString reasonKept(const QString& path, Disposal disposal, VKStatus status);
 
 /// "folder", "video", "photo" or "file", by the folder flag and the suffix.
 [[nodiscard]] QString kindOf(const VKQtPath& path);

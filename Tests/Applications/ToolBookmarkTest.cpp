@@ -238,7 +238,7 @@ void ToolBookmarkTest::foreignContent() {
         const ToolRun run = bookmark(arguments);
         QCOMPARE(run.status, 1);
         QCOMPARE(run.out, QByteArray());
-        QVERIFY(run.err.startsWith(QByteArray("vkqt bookmark: " + mFolder.toUtf8() + "/b.plist: ")));
+        QVERIFY(run.err.startsWith("vkqt bookmark: b.plist: "));
         QCOMPARE(content(u"b.plist"_s), bytes); // untouched
     }
 }
@@ -284,7 +284,7 @@ void ToolBookmarkTest::wrongUse() {
     QVERIFY(number.err.startsWith("vkqt bookmark: \"first\" is no number\n"));
     const ToolRun missing = bookmark({u"list"_s, u"none.plist"_s});
     QCOMPARE(missing.status, 1);
-    QVERIFY(missing.err.endsWith("/none.plist: no such file or folder\n"));
+    QCOMPARE(missing.err, QByteArray("vkqt bookmark: none.plist: no such file or folder\n"));
 }
 
 void ToolBookmarkTest::everyDocumentedKey() {

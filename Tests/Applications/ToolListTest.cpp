@@ -361,16 +361,16 @@ void ToolListTest::trouble_data() {
     QTest::newRow("missing") << QStringList(u"/no/such"_s)
                              << u"vkqt ls: /no/such: no such file or folder\n"_s;
     QTest::newRow("missing, relative")
-        << QStringList(u"nope"_s) << u"vkqt ls: %1/nope: no such file or folder\n"_s.arg(mFolder);
+        << QStringList(u"nope"_s) << u"vkqt ls: nope: no such file or folder\n"_s;
     QTest::newRow("below a file") << QStringList(u"notes.txt/x"_s)
-                                  << u"vkqt ls: %1/notes.txt/x: not a folder\n"_s.arg(mFolder);
+                                  << u"vkqt ls: notes.txt/x: not a folder\n"_s;
     QTest::newRow("file as a folder")
-        << QStringList(u"notes.txt/"_s) << u"vkqt ls: %1/notes.txt/: not a folder\n"_s.arg(mFolder);
+        << QStringList(u"notes.txt/"_s) << u"vkqt ls: notes.txt/: not a folder\n"_s;
     QTest::newRow("empty") << QStringList(u""_s) << u"vkqt ls: \"\": not a path\n"_s;
     QTest::newRow("too long") << QStringList(QString(300, u'x'))
-                              << u"vkqt ls: %1/%2: file name too long\n"_s.arg(mFolder, QString(300, u'x'));
+                              << u"vkqt ls: %1: file name too long\n"_s.arg(QString(300, u'x'));
     QTest::newRow("hostile") << QStringList(u"\x1b[2J\n"_s)
-                             << u"vkqt ls: %1/\\e[2J\\n: no such file or folder\n"_s.arg(mFolder);
+                             << u"vkqt ls: \\e[2J\\n: no such file or folder\n"_s;
 }
 
 void ToolListTest::trouble() {
@@ -391,7 +391,7 @@ void ToolListTest::restIsListedWhenOneFails() {
     const ToolRun run = runVkqt({u"ls"_s, u"--names"_s, u"Sub"_s, u"nope"_s, u"Sub/Inner"_s}, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.out, QByteArray("b.jpg\nInner\na.jpg\n"));
-    QCOMPARE(run.err, QByteArray("vkqt ls: " + mFolder.toUtf8() + "/nope: no such file or folder\n"));
+    QCOMPARE(run.err, QByteArray("vkqt ls: nope: no such file or folder\n"));
 }
 
 void ToolListTest::unreadableFolders() {
@@ -414,6 +414,8 @@ void ToolListTest::unreadableFolders() {
     QCOMPARE(whole.status, 1);
     QCOMPARE(whole.out, QByteArray("a.jpg\nclosed\nopen\nopen/b.jpg\n"));
     QCOMPARE(whole.err, QByteArray("vkqt ls: " + folder.toUtf8() + "/closed: permission denied\n"));
+    const ToolRun slash = asNobody({u"-R"_s, u"--names"_s, u"."_s + folder + u'/'});
+    QCOMPARE(slash.err, QByteArray("vkqt ls: ." + folder.toUtf8() + "/closed: permission denied\n"));
     const ToolRun closed = asNobody({folder + u"/closed"_s});
     QCOMPARE(closed.status, 1);
     QCOMPARE(closed.out, QByteArray());
@@ -468,7 +470,7 @@ void ToolListTest::tooDeep() {
     ::close(parent);
     const ToolRun run = runVkqt({u"ls"_s, u"-R"_s, u"--names"_s}, folder);
     QCOMPARE(run.status, 1);
-    QVERIFY(run.err.startsWith(QByteArray("vkqt ls: " + folder.toUtf8() + "/dddddddd/")));
+    QVERIFY(run.err.startsWith("vkqt ls: ./dddddddd/dddddddd/"));
     QVERIFY(run.err.endsWith(": file name too long\n"));
     QCOMPARE(run.err.count('\n'), 1);
     QVERIFY(run.out.count('\n') > 400);

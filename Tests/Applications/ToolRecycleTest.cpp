@@ -178,14 +178,14 @@ void ToolRecycleTest::refused_data() {
     const auto row = [](const char* why, const QStringList& arguments, const char* complaint) {
         QTest::newRow(why) << arguments << QByteArray(complaint);
     };
-    row("nothing there", {u"trash"_s, u"none"_s}, "/none: no such file or folder\n");
+    row("nothing there", {u"trash"_s, u"none"_s}, ": none: no such file or folder\n");
     row("no name", {u"trash"_s, u""_s}, "vkqt trash: \"\": ");
     row("no bin", {u"trash"_s, u"/proc/self/status"_s},
         "vkqt trash: /proc/self/status: its volume has no recycle bin; \"vkqt rm\" deletes for good\n");
-    row("root", {u"trash"_s, u"/"_s}, "vkqt trash: /: ");
-    row("not in the bin", {u"restore"_s, u"none"_s}, "/none: not in the recycle bin\n");
+    row("root", {u"trash"_s, u"/"_s}, "vkqt trash: /: is the root of the file system\n");
+    row("not in the bin", {u"restore"_s, u"none"_s}, "vkqt restore: none: not in the recycle bin\n");
     row("no item", {u"restore"_s, u""_s}, "vkqt restore: \"\": not in the recycle bin\n");
-    row("list of nothing", {u"trashed"_s, u"none"_s}, "/none: no such file or folder\n");
+    row("list of nothing", {u"trashed"_s, u"none"_s}, ": none: no such file or folder\n");
 }
 
 void ToolRecycleTest::refused() {

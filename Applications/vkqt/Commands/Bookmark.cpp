@@ -285,14 +285,14 @@ void update(const VKQtPath& file, const std::vector<BookmarkInfo>& bookmarks,
     }
     if (const VKStatus status = changed ? writeBookmarks(file, bookmarks) : VKStatus{kVKStatusSuccess};
         status != kVKStatusSuccess) {
-        invocation.fail(file.path(), status);
+        invocation.fail(invocation.arguments().at(1), status);
     }
 }
 
 int look(const VKQtPath& file, Action action, const QStringList& numbers, Invocation& invocation) {
     std::vector<BookmarkInfo> bookmarks;
     if (const VKStatus status = readBookmarks(file, bookmarks); status != kVKStatusSuccess) {
-        invocation.fail(file.path(), status);
+        invocation.fail(invocation.arguments().at(1), status);
         return invocation.exitStatus();
     }
     std::optional<std::vector<Entry>> entries = chosen(bookmarks, numbers, invocation);
@@ -324,7 +324,7 @@ int create(const VKQtPath& file, const QStringList& items, Invocation& invocatio
     std::vector<BookmarkInfo> bookmarks;
     const VKStatus read = readBookmarks(file, bookmarks);
     if (read != kVKStatusSuccess && read != ENOENT) {
-        invocation.fail(file.path(), read);
+        invocation.fail(invocation.arguments().at(1), read);
         return invocation.exitStatus();
     }
     std::vector<Entry> made;
@@ -344,7 +344,7 @@ int create(const VKQtPath& file, const QStringList& items, Invocation& invocatio
     }
     if (!made.empty()) {
         if (const VKStatus status = writeBookmarks(file, bookmarks); status != kVKStatusSuccess) {
-            invocation.fail(file.path(), status);
+            invocation.fail(invocation.arguments().at(1), status);
             return invocation.exitStatus();
         }
     }
@@ -375,7 +375,7 @@ int run(Invocation& invocation) {
     // Another run may be adding to the file: what it adds would be lost.
     const BookmarkFileLock lock(file);
     if (lock.status() != kVKStatusSuccess) {
-        invocation.fail(file.path(), lock.status());
+        invocation.fail(invocation.arguments().at(1), lock.status());
         return invocation.exitStatus();
     }
     return action == Action::Create ? create(file, arguments, invocation)

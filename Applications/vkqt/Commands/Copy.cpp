@@ -148,7 +148,7 @@ int run(Invocation& invocation) {
         status = copying.run(from, to);
     }
     if (status != kVKStatusSuccess) {
-        tellFailure(invocation, source.status == kVKStatusSuccess ? toText : fromText, status);
+        tellFailure(invocation, invocation.arguments().at(source.status == kVKStatusSuccess ? 1 : 0), status);
     }
     Results results(invocation);
     results.add({{u"from"_s, from.path()},

@@ -29,6 +29,22 @@ struct Section {
     std::vector<ListedItem> items;
 };
 
+/// A folder of the command line.
+struct NamedFolder {
+    VKQtPath path;
+    QString given;
+};
+
+/// The path of something in the folder, or the folder's own, in the words of the command line.
+QString asGiven(const NamedFolder& folder, const QString& path) {
+    const QString& root = folder.path.path();
+    QString below = path.mid(root.size());
+    if (below.startsWith(u'/') && folder.given.endsWith(u'/')) {
+        below.remove(0, 1);
+    }
+    return path.startsWith(root) ? folder.given + below : path;
+}
+
 class Lister {
 public:
     Lister(Invocation& invocation, const Wishes& wishes)
@@ -38,7 +54,7 @@ public:
 
 private:
     void gatherArguments();
-    void list(const VKQtPath& folder);
+    void list(const NamedFolder& named);
     void write(const Section& section);
     void writeForPeople(const Section& section);
     void writeTotals(const Section& section);
@@ -48,7 +64,7 @@ private:
     Output& mOutput;
     const Wishes& mWishes;
     Section mFiles;
-    std::vector<VKQtPath> mFolders;
+    std::vector<NamedFolder> mFolders;
     bool mHeadings = false;
     bool mFirst = true;
 };
@@ -76,7 +92,7 @@ void Lister::run() {
         sortItems(mFiles.items, mWishes.request.sort, mWishes.request.reverse);
         write(mFiles);
     }
-    for (const VKQtPath& folder : mFolders) {
+    for (const NamedFolder& folder : mFolders) {
         if (!mOutput.isOpen()) {
             return;
         }
@@ -102,9 +118,9 @@ void Lister::gatherArguments() {
             facts.status = ENOTDIR;
         }
         if (facts.status != 0) {
-            mInvocation.fail(text.isEmpty() ? u"\"\""_s : absolute, facts.status);
+            mInvocation.fail(text, facts.status);
         } else if (facts.isFolder) {
-            mFolders.emplace_back(absolute, true);
+            mFolders.push_back({VKQtPath(absolute, true), text});
         } else {
             VKQtDirIterator::Entry entry;
             entry.path = VKQtPath(absolute, false);
@@ -118,10 +134,11 @@ void Lister::gatherArguments() {
     mHeadings = texts.size() > 1;
 }
 
-void Lister::list(const VKQtPath& folder) {
+void Lister::list(const NamedFolder& named) {
+    const VKQtPath& folder = named.path;
     Listing listing = listFolder(folder, mWishes.request);
     for (const auto& [path, status] : listing.failures) {
-        mInvocation.fail(path, status);
+        mInvocation.fail(asGiven(named, path), status);
     }
     // A folder that could not even be opened has been complained about; it is not shown as an empty one.
     const bool unopened = listing.items.empty() && !listing.failures.empty();

@@ -111,6 +111,14 @@ Move moved(const QString& text, const Target& target, bool unique, VKProgress* p
     return move;
 }
 
+// What stands in the way, in the words of the command line.
+QString takenName(const Target& target, CFURLRef to) {
+    if (CFEqual(to, target.url.get())) {
+        return target.text;
+    }
+    return target.text + (target.text.endsWith(u'/') ? QString() : u"/"_s) + decodeBytes(nameIn(bytesOf(to)));
+}
+
 int run(Invocation& invocation) {
     QStringList sources = invocation.arguments();
     if (sources.size() < 2) {
@@ -130,7 +138,7 @@ int run(Invocation& invocation) {
         const bool done = move.status == kVKStatusSuccess;
         const QString to = done ? textOf(move.to.get()) : QString();
         if (move.status == EEXIST) {
-            invocation.fail(move.to ? textOf(move.to.get()) : target.text, move.status);
+            invocation.fail(move.to ? takenName(target, move.to.get()) : target.text, move.status);
         } else if (!done) {
             invocation.fail(text, move.status);
         }

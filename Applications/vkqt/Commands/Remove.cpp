@@ -43,14 +43,16 @@ int run(Invocation& invocation) {
     for (const QString& text : invocation.arguments()) {
         const Removal removal = removed(text, recursive);
         const bool deleted = removal.status == kVKStatusSuccess;
+        QString reason;
         if (!deleted) {
-            invocation.fail(text, removal.status);
+            reason = reasonKept(absoluteText(text, workingFolder()), Disposal::Delete, removal.status);
+            invocation.fail(text, reason);
         }
         results.add({{u"path"_s, absolutePath(text, removal.isFolder).path()},
                      {u"folder"_s, removal.isFolder},
                      {u"deleted"_s, deleted},
                      {u"recyclable"_s, removal.recyclable},
-                     {u"error"_s, errorMember(removal.status)}});
+                     {u"error"_s, deleted ? QJsonValue(QJsonValue::Null) : QJsonValue(reason)}});
         if (deleted) {
             results.say(u"deleted "_s + shown(text));
             keepable += removal.recyclable ? 1 : 0;

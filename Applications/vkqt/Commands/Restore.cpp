@@ -6,7 +6,6 @@
 
 #include <VKCoreKit/VKFileMgr.h>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace {
@@ -14,17 +13,17 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace VKTool;
 
-// The sentence for what a person can do something about; empty for the others.
-QString sentenceFor(VKStatus status, const QString& place) {
+// With what a person can do about it.
+QString reasonFor(VKStatus status) {
     switch (status) {
     case EEXIST:
-        return shown(place) + u": something is there already; --to names another place"_s;
+        return u"something is there already; --to names another place"_s;
     case kVKStatusNotUnderstood:
         return u"where it came from is not known; --to names a place"_s;
     case EXDEV:
-        return shown(place) + u": on another volume than the bin; restore it and move it then"_s;
+        return u"on another volume than the bin; restore it and move it then"_s;
     default:
-        return {};
+        return reasonOf(status);
     }
 }
 
@@ -36,36 +35,30 @@ public:
 
 private:
     void restore(const QString& text);
-    void refuse(const QString& sentence);
 
     Invocation& mInvocation;
     std::vector<RecycledItem> mItems;
-    VKQtPath mTarget;
+    VKQtPath mTarget; ///< of --to
+    QString mTo;      ///< the same as it was given
     QString mHere = workingFolder();
     qint64 mCount = 0;
-    int mExitStatus = kExitFine;
 };
-
-void Restorer::refuse(const QString& sentence) {
-    complain(u" restore: "_s + sentence);
-    mExitStatus = kExitFailed;
-}
 
 void Restorer::restore(const QString& text) {
     const QString absolute = text.isEmpty() ? QString() : absoluteText(text, mHere);
     const RecycledItem* const item = findRecycled(mItems, absolute);
     if (item == nullptr) {
-        refuse((text.isEmpty() ? u"\"\""_s : shown(absolute)) + u": not in the recycle bin"_s);
+        mInvocation.fail(text, u"not in the recycle bin"_s);
         return;
     }
     const VKQtPath place = mTarget.path().isEmpty() ? item->original : mTarget;
     const auto target =
         mTarget.path().isEmpty() ? VKCFRef<CFURLRef>() : VKCFRef<CFURLRef>::adopt(mTarget.createCFUrl());
     const VKStatus status = VKFileMgrRestoreRecycledItem(item->url.get(), target.get());
-    if (const QString sentence = sentenceFor(status, place.path()); !sentence.isEmpty()) {
-        refuse(sentence);
-    } else if (status != 0) {
-        mInvocation.fail(absolute, status);
+    if (status != 0) {
+        // The place it came from stands on no command line when the item was named by its path in the bin.
+        const bool isAtPlace = status == EEXIST || status == EXDEV;
+        mInvocation.fail(isAtPlace ? mTarget.path().isEmpty() ? place.path() : mTo : text, reasonFor(status));
     } else {
         if (mInvocation.isOn(u"json"_s)) {
             mInvocation.output().writeBytes(jsonArrayItem({{u"path"_s, place.path()},
@@ -89,7 +82,8 @@ int Restorer::run() {
         if (targets.last().isEmpty()) {
             return mInvocation.usageError(u"--to needs a place"_s);
         }
-        mTarget = VKQtPath(absoluteText(targets.last(), mHere), false);
+        mTo = targets.last();
+        mTarget = VKQtPath(absoluteText(mTo, mHere), false);
     }
     if (const VKStatus status = recycledItems(VKQtPath(), mItems); status != 0) {
         mInvocation.fail(u"recycle bin"_s, status);
@@ -106,7 +100,7 @@ int Restorer::run() {
     } else if (mCount > 0) {
         output.write(counted(mCount, u"item is"_s, u"items are"_s) + u" back\n"_s);
     }
-    return std::max(mExitStatus, mInvocation.exitStatus());
+    return mInvocation.exitStatus();
 }
 
 int run(Invocation& invocation) { return Restorer(invocation).run(); }

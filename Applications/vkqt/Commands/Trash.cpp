@@ -5,8 +5,6 @@
 
 #include <VKQtPathUtils.h>
 
-#include <algorithm>
-
 namespace {
 
 using namespace Qt::StringLiterals;
@@ -17,7 +15,6 @@ int run(Invocation& invocation) {
     Output& output = invocation.output();
     const QString here = workingFolder();
     qint64 count = 0;
-    int exitStatus = kExitFine;
     if (json) {
         output.writeBytes(jsonArrayStart());
     }
@@ -25,18 +22,16 @@ int run(Invocation& invocation) {
         const QString absolute = text.isEmpty() ? QString() : absoluteText(text, here);
         const ItemFacts facts = askDisk(absolute);
         if (facts.status != 0) {
-            invocation.fail(text.isEmpty() ? u"\"\""_s : absolute, facts.status);
+            invocation.fail(text, facts.status);
             continue;
         }
         VKQtPath item(absolute, facts.isFolder && !facts.isLink);
         VKQtPath recycled;
         const VKStatus status = VKQtPathUtils::recyleItem(item, recycled);
         if (status == kVKStatusCancelled) {
-            complain(u" trash: "_s + shown(absolute) +
-                     u": its volume has no recycle bin; \"vkqt rm\" deletes for good"_s);
-            exitStatus = kExitFailed;
+            invocation.fail(text, u"its volume has no recycle bin; \"vkqt rm\" deletes for good"_s);
         } else if (status != 0) {
-            invocation.fail(absolute, status);
+            invocation.fail(text, reasonKept(absolute, Disposal::Recycle, status));
         } else {
             if (json) {
                 output.writeBytes(jsonArrayItem({{u"path"_s, item.path()},
@@ -52,7 +47,7 @@ int run(Invocation& invocation) {
     } else if (count > 0) {
         output.write(counted(count, u"item is"_s, u"items are"_s) + u" in the recycle bin now\n"_s);
     }
-    return std::max(exitStatus, invocation.exitStatus());
+    return invocation.exitStatus();
 }
 
 const Registration kRegistration({

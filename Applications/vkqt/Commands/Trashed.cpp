@@ -58,7 +58,7 @@ int run(Invocation& invocation) {
         const QString absolute = text.isEmpty() ? QString() : absoluteText(text, workingFolder());
         const ItemFacts facts = askDisk(absolute);
         if (facts.status != 0) {
-            invocation.fail(text.isEmpty() ? u"\"\""_s : absolute, facts.status);
+            invocation.fail(text, facts.status);
             return invocation.exitStatus();
         }
         const VKQtPath item(absolute, facts.isFolder);
@@ -66,7 +66,7 @@ int run(Invocation& invocation) {
     }
     std::vector<RecycledItem> items;
     if (const VKStatus status = recycledItems(folder, items); status != 0) {
-        invocation.fail(folder.path(), status);
+        invocation.fail(invocation.arguments().value(0, u"recycle bin"_s), status);
         return invocation.exitStatus();
     }
     invocation.isOn(u"json"_s) ? writeJson(items, invocation.output())
