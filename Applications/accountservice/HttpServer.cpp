@@ -113,6 +113,11 @@ Response responseOf(HttpServer& server, const Reply& reply) {
 }
 
 MHD_Result send(HttpServer& server, MHD_Connection* connection, const Request& request, const Reply& reply) {
+    if (server.logs()) {
+        // What a client sent as path may hold anything.
+        std::fprintf(stderr, "%s %s %d\n", request.method.toPercentEncoding().constData(),
+                     request.path.toPercentEncoding("/").constData(), reply.status);
+    }
     if (reply.delivery == Delivery::Late && !server.pause(server.pace().slow)) {
         return MHD_NO;
     }
@@ -123,11 +128,6 @@ MHD_Result send(HttpServer& server, MHD_Connection* connection, const Request& r
     const Response response = responseOf(server, reply);
     if (!response) {
         return MHD_NO;
-    }
-    if (server.logs()) {
-        // What a client sent as path may hold anything.
-        std::fprintf(stderr, "%s %s %d\n", request.method.toPercentEncoding().constData(),
-                     request.path.toPercentEncoding("/").constData(), reply.status);
     }
     return MHD_queue_response(connection, static_cast<unsigned>(reply.status), response.get());
 }

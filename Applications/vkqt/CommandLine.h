@@ -42,6 +42,10 @@ public:
     [[nodiscard]] const CommandSpec& command() const { return mCommand; }
     [[nodiscard]] Output& output() { return mOutput; }
 
+    /// Whether --verbose was given, here or before the command.
+    [[nodiscard]] bool isVerbose() const { return mVerbose || isOn(QStringLiteral("verbose")); }
+    void setVerbose(bool verbose) { mVerbose = verbose; }
+
     /// Whether a switch was given, or the answer of an on-off option.
     [[nodiscard]] bool isOn(const QString& option) const;
     /// The last value of an option, its initial value when it was not given.
@@ -66,6 +70,7 @@ private:
     QStringList mArguments;
     QHash<QString, QStringList> mValues;
     QHash<QString, bool> mSwitches;
+    bool mVerbose = false;
     int mExitStatus = kExitFine;
 };
 

@@ -75,7 +75,8 @@ int runCommand(const GlobalLine& line, const ProgramLine& program, Output& outpu
         output.write(commandHelp(*command, output));
         return kExitFine;
     }
-    if (!invocation.isOn(u"verbose"_s) && !line.verbose) {
+    invocation.setVerbose(line.verbose);
+    if (!invocation.isVerbose()) {
         VKLogSetHandler(&dropLog, nullptr);
     }
     const bool needsScreen = !command->screenSwitch.isEmpty() && invocation.isOn(command->screenSwitch);

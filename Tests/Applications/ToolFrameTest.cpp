@@ -99,6 +99,21 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};
     QTest::newRow("graphics") << u"graphics"_s
                               << common + QStringList{u"--here"_s, u"--timeout SECONDS"_s, u"--json"_s};
+    QTest::newRow("http") << u"http"_s
+                          << common + QStringList{u"--header LINE"_s,
+                                                  u"--user NAME"_s,
+                                                  u"--data TEXT"_s,
+                                                  u"--data-file FILE"_s,
+                                                  u"--field NAME=TEXT"_s,
+                                                  u"--file NAME=FILE"_s,
+                                                  u"--parts"_s,
+                                                  u"-o, --output FILE"_s,
+                                                  u"--overwrite"_s,
+                                                  u"--connect-timeout SECONDS"_s,
+                                                  u"--any-host"_s,
+                                                  u"--reply-header NAME"_s,
+                                                  u"--[no-]progress"_s,
+                                                  u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};

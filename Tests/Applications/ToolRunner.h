@@ -16,6 +16,7 @@ date
 folders
 free
 graphics
+http
 ls
 mkdir
 mv

@@ -43,7 +43,7 @@ bool isInstalled(const char* program) {
 
 void ToolShellTest::initTestCase() {
     mFolder = makeFolder(u"shell"_s);
-    static const QRegularExpression sLong(u"--(\\[no-\\])?([a-z]+)"_s);
+    static const QRegularExpression sLong(u"--(\\[no-\\])?([a-z-]+)"_s);
     const QStringList commands = commandsOf(kEverydayCommands) + commandsOf(kShellCommands);
     for (const QString& command : commands) {
         const QString help = QString::fromUtf8(runVkqt({command, u"--help"_s}).out);
