@@ -1,9 +1,11 @@
 // The scanner: texts are looked through eight bytes at a time, because they are most of what there is.
 #include "VKJsonScanner.h"
 
-#include "Platform/Utf8.h"
+#include <QStringDecoder>
 
 #include <cstring>
+#include <optional>
+#include <utility>
 
 namespace {
 
@@ -88,12 +90,20 @@ qsizetype decodeEscape(QByteArrayView bytes, char16_t& unit) {
     return 2;
 }
 
+/// Nothing for bytes that are not wholly well-formed UTF-8.
+std::optional<QString> strictText(QByteArrayView bytes) {
+    QStringDecoder decoder(QStringConverter::Utf8,
+                           QStringConverter::Flag::ConvertInitialBom | QStringConverter::Flag::Stateless);
+    QString text = decoder(bytes);
+    return decoder.hasError() ? std::nullopt : std::optional(std::move(text));
+}
+
 bool decodeEscapes(QByteArrayView bytes, QString& into) {
     into.clear();
     into.reserve(bytes.size());
     while (!bytes.isEmpty()) {
         const qsizetype plain = bytes.indexOf('\\') < 0 ? bytes.size() : bytes.indexOf('\\');
-        const auto text = VKPlatform::decodeUtf8Strict(bytes.first(plain));
+        const auto text = strictText(bytes.first(plain));
         if (!text) {
             return false;
         }
@@ -158,7 +168,7 @@ bool VKJsonScanner::decode(const Text& text, QString& into) {
     if (text.hasEscapes) {
         return decodeEscapes(text.bytes, into);
     }
-    auto decoded = VKPlatform::decodeUtf8Strict(text.bytes);
+    auto decoded = strictText(text.bytes);
     if (!decoded) {
         return false;
     }
