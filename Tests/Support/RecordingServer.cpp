@@ -158,6 +158,11 @@ RecordingServer::Reply& RecordingServer::Reply::pause(const GatePtr& gate) {
     return *this;
 }
 
+RecordingServer::Reply& RecordingServer::Reply::takeBody(qsizetype bytes) {
+    mSteps.emplace_back(Take{bytes});
+    return *this;
+}
+
 RecordingServer::Reply& RecordingServer::Reply::close() {
     mSteps.emplace_back(Close{false});
     return *this;
@@ -304,7 +309,7 @@ bool RecordingServer::serveOne(Connection& connection) {
     const int index = note(request);
     const Reply reply = nextReply(request);
     if (reply.mIsBeforeBody) {
-        return play(connection, reply);
+        return play(connection, reply, index);
     }
     if (reply.mSendsContinue && request.value("Expect") == "100-continue" &&
         !sendAll(connection.socket, "HTTP/1.1 100 Continue\r\n\r\n")) {
@@ -312,7 +317,7 @@ bool RecordingServer::serveOne(Connection& connection) {
     }
     connection.readBody(request);
     amend(index, request);
-    return play(connection, reply);
+    return play(connection, reply, index);
 }
 
 RecordingServer::Reply RecordingServer::nextReply(const Request& request) {
@@ -341,8 +346,27 @@ void RecordingServer::amend(int index, const Request& request) {
     mRequests[index] = request;
 }
 
+void RecordingServer::takeBody(Connection& connection, qsizetype bytes, int index) {
+    const QByteArray taken = connection.take(bytes);
+    const std::lock_guard lock(mMutex);
+    mRequests[index].body += taken;
+}
+
+/// False when the server ends.
+bool RecordingServer::stopAt(const GatePtr& gate) {
+    {
+        const std::lock_guard lock(mMutex);
+        if (mIsStopping) {
+            return false;
+        }
+        mGates.push_back(gate);
+    }
+    gate->pass();
+    return true;
+}
+
 /// False when the connection has ended.
-bool RecordingServer::play(Connection& connection, const Reply& reply) {
+bool RecordingServer::play(Connection& connection, const Reply& reply, int index) {
     for (const auto& step : reply.mSteps) {
         if (const auto* send = std::get_if<Reply::Send>(&step)) {
             for (qint64 i = 0; i < send->times; ++i) {
@@ -350,15 +374,12 @@ bool RecordingServer::play(Connection& connection, const Reply& reply) {
                     return false;
                 }
             }
+        } else if (const auto* take = std::get_if<Reply::Take>(&step)) {
+            takeBody(connection, take->bytes, index);
         } else if (const auto* gate = std::get_if<GatePtr>(&step)) {
-            {
-                const std::lock_guard lock(mMutex);
-                if (mIsStopping) {
-                    return false;
-                }
-                mGates.push_back(*gate);
+            if (!stopAt(*gate)) {
+                return false;
             }
-            (*gate)->pass();
         } else {
             if (std::get<Reply::Close>(step).isReset) {
                 const linger now = {.l_onoff = 1, .l_linger = 0};

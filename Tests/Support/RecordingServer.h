@@ -76,6 +76,8 @@ public:
         Reply& repeat(const QByteArray& bytes, qint64 times);
         /// The reply goes on when the gate is open.
         Reply& pause(const GatePtr& gate);
+        /// Of a reply before the body: waits for so many bytes of it, which are recorded.
+        Reply& takeBody(qsizetype bytes);
         /// Ends the connection: orderly, or with a reset.
         Reply& close();
         Reply& reset();
@@ -90,10 +92,13 @@ public:
             QByteArray bytes;
             qint64 times = 1;
         };
+        struct Take {
+            qsizetype bytes = 0;
+        };
         struct Close {
             bool isReset = false;
         };
-        std::vector<std::variant<Send, GatePtr, Close>> mSteps;
+        std::vector<std::variant<Send, Take, GatePtr, Close>> mSteps;
         bool mIsBeforeBody = false;
         bool mSendsContinue = true;
     };
@@ -133,7 +138,9 @@ private:
     Reply nextReply(const Request& request);
     int note(const Request& request);
     void amend(int index, const Request& request);
-    bool play(Connection& connection, const Reply& reply);
+    bool play(Connection& connection, const Reply& reply, int index);
+    void takeBody(Connection& connection, qsizetype bytes, int index);
+    bool stopAt(const GatePtr& gate);
 
     int mListener = -1;
     quint16 mPort = 0;
