@@ -109,7 +109,7 @@ public:
 
     void setUrl(const QUrl& url);
     void setHeader(const QString& name, const QString& value);
-    void run();
+    void run() noexcept;
 
     [[nodiscard]] const QUrl& url() const noexcept { return mUrl; }
     [[nodiscard]] int error() const noexcept { return mError; }
@@ -124,6 +124,7 @@ private:
     /// Why a callback ended the transfer.
     enum class Stop { No, Exception, Cancelled, HeadersTooLong, BodyTooLong };
 
+    void runOnce();
     void startReply();
     [[nodiscard]] CURLcode prepare();
     void setConnection(Options& options);
@@ -204,7 +205,17 @@ void VKHttpImplCurl::Transfer::setHeader(const QString& name, const QString& val
     mRequestHeaders.reset(list);
 }
 
-void VKHttpImplCurl::Transfer::run() {
+/// Nothing is thrown to the caller: what memory does not suffice for is a failed transfer too.
+void VKHttpImplCurl::Transfer::run() noexcept {
+    try {
+        runOnce();
+    } catch (...) {
+        mError = CURLE_OUT_OF_MEMORY;
+        mHttpCode = 0;
+    }
+}
+
+void VKHttpImplCurl::Transfer::runOnce() {
     startReply();
     if (mCurl == nullptr) {
         mError = CURLE_FAILED_INIT;
@@ -635,5 +646,5 @@ int VKHttpImplCurl::transferAmounts(std::size_t& total, std::size_t& done) {
 
 int VKHttpImplCurl::run() {
     mTransfer->run();
-    return 0;
+    return 0; // deliberately always: callers look at error()
 }

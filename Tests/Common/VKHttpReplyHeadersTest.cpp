@@ -104,7 +104,7 @@ void VKHttpReplyHeadersTest::aLaterNameReplaces() {
     const QString lent = headers.value(u"A");
     for (const QByteArray& value :
          {QByteArray("22"), QByteArray(""), QByteArray("\xc3\xbc"), QByteArray("long again")}) {
-        QCOMPARE(headers.take("A: " + value + "\r\n"), VKHttpHeaderLine::Kept);
+        QCOMPARE(headers.take(QByteArray("A: " + value + "\r\n")), VKHttpHeaderLine::Kept);
         QCOMPARE(headers.value(u"A"), QString::fromUtf8(value));
     }
     QCOMPARE(lent, u"1"_s);
@@ -125,7 +125,7 @@ void VKHttpReplyHeadersTest::splittingLaw() {
                 }
                 const QStringList parts = QString::fromUtf8(text).split(u": "_s);
                 VKHttpReplyHeaders headers(kManyBytes, kManyLines);
-                const bool isKept = headers.take(text + "\r\n") == VKHttpHeaderLine::Kept;
+                const bool isKept = headers.take(QByteArray(text + "\r\n")) == VKHttpHeaderLine::Kept;
                 QVERIFY2(isKept == (parts.size() == 2), text.toPercentEncoding());
                 if (isKept) {
                     QVERIFY2(headers.contains(parts[0]), text.toPercentEncoding());
@@ -160,7 +160,8 @@ void VKHttpReplyHeadersTest::startingAnew() {
     VKHttpReplyHeaders headers(20, 2);
     for (int transfer = 0; transfer < 3; ++transfer) {
         headers.startTransfer();
-        QCOMPARE(headers.take("A: " + QByteArray::number(transfer) + "\r\n"), VKHttpHeaderLine::Kept);
+        QCOMPARE(headers.take(QByteArray("A: " + QByteArray::number(transfer) + "\r\n")),
+                 VKHttpHeaderLine::Kept);
         QCOMPARE(headers.take("B: 1\r\n"), VKHttpHeaderLine::Kept);
         QCOMPARE(headers.take("C: 1\r\n"), VKHttpHeaderLine::TooMany);
     }
