@@ -195,14 +195,17 @@ void VKHttpImplCurl::Transfer::setHeader(const QString& name, const QString& val
     if (mLibrary == nullptr) {
         return;
     }
-    const QByteArray line = QString(name + QStringLiteral(": ") + value).toUtf8();
-    curl_slist* const list = mLibrary->slistAppend(mRequestHeaders.get(), line.constData());
-    if (list == nullptr) {
-        mHeaderError = CURLE_OUT_OF_MEMORY;
-        return;
+    try {
+        const QByteArray line = QString(name + QStringLiteral(": ") + value).toUtf8();
+        if (curl_slist* const list = mLibrary->slistAppend(mRequestHeaders.get(), line.constData())) {
+            static_cast<void>(mRequestHeaders.release()); // the same list, or the first entry of a new one
+            mRequestHeaders.reset(list);
+            return;
+        }
+    } catch (const std::bad_alloc&) {
+        // As where libcurl has no memory.
     }
-    static_cast<void>(mRequestHeaders.release()); // the same list, or the first entry of a new one
-    mRequestHeaders.reset(list);
+    mHeaderError = CURLE_OUT_OF_MEMORY;
 }
 
 /// Nothing is thrown to the caller: what memory does not suffice for is a failed transfer too.

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void keepAliveIsNoCondition();
     void allocations_data();
     void allocations();
+    void allocationsOfAHeader();
 };
 
 namespace {
@@ -106,6 +107,9 @@ void arm(int number) {
 }
 
 using Call = void (*)(VKHttpImplCurl&);
+
+/// Made before allocations fail.
+const QByteArray kBody = "x";
 
 void putOfOne(VKHttpImplCurl& http) {
     QBuffer device;
@@ -216,7 +220,7 @@ void VKHttpFaultsTest::options() {
         QCOMPARE(server.requests().size(), before);
         // The object is as good as before.
         arm(-1);
-        http->get();
+        call(*http);
         QCOMPARE(http->error(), 0);
         QCOMPARE(http->httpResultCode(), 204);
     }
@@ -355,7 +359,7 @@ void VKHttpFaultsTest::keepAliveIsNoCondition() {
 void VKHttpFaultsTest::allocations_data() {
     QTest::addColumn<Call>("call");
     QTest::newRow("get") << Call([](VKHttpImplCurl& http) { http.get(); });
-    QTest::newRow("post") << Call([](VKHttpImplCurl& http) { http.post("x"); });
+    QTest::newRow("post") << Call([](VKHttpImplCurl& http) { http.post(kBody); });
     QTest::newRow("form") << Call([](VKHttpImplCurl& http) { http.postMultipart(); });
 }
 
@@ -394,6 +398,33 @@ void VKHttpFaultsTest::allocations() {
         QCOMPARE(http->readAllBytes(), QByteArray("body"));
     }
     QVERIFY2(faults.met() > 20, qPrintable(QString::number(faults.met())));
+}
+
+void VKHttpFaultsTest::allocationsOfAHeader() {
+    if (!Faults::kAllocationsCanFail) {
+        QSKIP("a sanitizer owns the allocator");
+    }
+    const PlainServer server;
+    const QString name = u"X-Größe"_s;
+    const QString value = u"ü"_s;
+    Faults::Loop faults(Faults::kAllocations, ENOMEM);
+    while (faults.next()) {
+        const auto http = makeTransport(&real(), server.url());
+        bool hasThrown = false;
+        {
+            const Faults::Armed armed = faults.arm();
+            try {
+                http->setHeader(name, value);
+            } catch (...) {
+                hasThrown = true;
+            }
+        }
+        QVERIFY(!hasThrown);
+        const bool isMissing = faults.wasMet();
+        http->get();
+        QCOMPARE(http->error(), isMissing ? 27 : 0);
+    }
+    QVERIFY(faults.met() > 1);
 }
 
 VKTEST_MAIN(VKHttpFaultsTest)
