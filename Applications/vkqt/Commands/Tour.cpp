@@ -143,6 +143,13 @@ void showSettings(Tour& tour) {
     tour.expect(QFileInfo::exists(file), u"the settings were not saved"_s);
 }
 
+void showMachine(Tour& tour) {
+    tour.begin(u"machine and graphics"_s, u"What machine this is, and what its graphics can do"_s);
+    tour.show({u"system"_s});
+    // A machine without a display has no OpenGL context: the command says so and ends with 1.
+    tour.show({u"graphics"_s}, {kExitFine, kExitFailed});
+}
+
 void showAll(Tour& tour, const QString& given) {
     if (!makePictures(tour, given)) {
         return;
@@ -160,6 +167,7 @@ void showAll(Tour& tour, const QString& given) {
     showBookmarks(tour, picture);
     showPlaces(tour);
     showSettings(tour);
+    showMachine(tour);
 }
 
 QString outcomeOf(const Tour::Chapter& chapter) {
