@@ -27,15 +27,10 @@ struct Release {
     void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
 };
 
-// A program that is built beside the tool, or installed for it; empty where there is none.
+// A program that is built beside the tool; empty where there is none, as beside an installed tool.
 QString helperProgram(const QString& name) {
-    const QString here = QCoreApplication::applicationDirPath();
-    for (const QString& place : QStringList{here + u"/"_s, here + u"/../libexec/vkqt/"_s}) {
-        if (QFileInfo(place + name).isExecutable()) {
-            return QDir::cleanPath(place + name);
-        }
-    }
-    return QString();
+    const QString program = QCoreApplication::applicationDirPath() + u'/' + name;
+    return QFileInfo(program).isExecutable() ? program : QString();
 }
 
 // The pictures that the tour works on: a copy of the given folder, or a few that are painted. False when there are none.
@@ -150,6 +145,12 @@ void showMachine(Tour& tour) {
     tour.show({u"graphics"_s}, {kExitFine, kExitFailed});
 }
 
+void showTexts(Tour& tour) {
+    tour.begin(u"dates and shortcuts"_s, u"Dates as the suite writes them, and its keyboard shortcuts"_s);
+    tour.show({u"date"_s, u"Monday, January 5, 2015 10:20:30"_s});
+    tour.show({u"shortcuts"_s, u"zoom"_s});
+}
+
 void showAll(Tour& tour, const QString& given) {
     if (!makePictures(tour, given)) {
         return;
@@ -168,6 +169,7 @@ void showAll(Tour& tour, const QString& given) {
     showPlaces(tour);
     showSettings(tour);
     showMachine(tour);
+    showTexts(tour);
 }
 
 QString outcomeOf(const Tour::Chapter& chapter) {
