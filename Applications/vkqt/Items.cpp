@@ -116,8 +116,7 @@ QString reasonKept(const QString& path, Disposal disposal, VKStatus status) {
     }
     std::error_code error;
     const fs::path item = fs::canonical(given.parent_path(), error) / given.filename();
-    const QString what = error ? QString() : whatIsKept(item);
-    if (!what.isEmpty()) {
+    if (QString what = error ? QString() : whatIsKept(item); !what.isEmpty()) {
         return what;
     }
     return disposal == Disposal::Recycle ? u"holds a mount point, or belongs to a recycle bin"_s
