@@ -7,7 +7,6 @@
 
 using VKAppMgrDetail::kHttpNotFound;
 using VKAppMgrDetail::kHttpOk;
-using VKAppMgrDetail::kSource;
 using VKAppMgrDetail::logged;
 
 namespace {

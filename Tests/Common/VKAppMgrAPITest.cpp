@@ -78,14 +78,14 @@ void VKAppMgrAPITest::loginSends() {
 
 void VKAppMgrAPITest::logoutSends() {
     Service service;
-    service.client->setBaseURL(service.baseURL() + u"/v2/root"_s);
+    service.client->setBaseURL(service.baseURL() + u"/api/v2"_s);
     const LogCapture log;
     service.server.reply(json("{}"));
     int code = -1;
     QCOMPARE(service.client->logout({u"S\u00e9\""_s}, nullptr, code), 0);
     QCOMPARE(code, 200);
     const auto request = service.server.request(0);
-    QCOMPARE(request.requestLine, QByteArray("POST /v2/root/logout HTTP/1.1"));
+    QCOMPARE(request.requestLine, QByteArray("POST /api/v2/logout HTTP/1.1"));
     QCOMPARE(request.body, QByteArray("{\"api_version\":1,\"session\":\"S\xc3\xa9\\\"\"}"));
     QCOMPARE(request.values("Content-Type"), QList<QByteArray>{"application/json; charset=utf-8"});
 }
