@@ -13,6 +13,7 @@ constexpr const char* kLibraryName = "libcurl.so.4";
 
 std::atomic<const VKHttpCurlLibrary*> gLibrary = nullptr;
 std::once_flag gLoadOnce;
+std::mutex gGlobalMutex;
 
 template <typename Function>
 bool find(void* handle, const char* name, Function& function) {
@@ -60,4 +61,25 @@ const VKHttpCurlLibrary* VKHttpCurlLibrary::shared() {
 
 const VKHttpCurlLibrary* VKHttpCurlLibrary::sharedIfLoaded() noexcept {
     return gLibrary.load(std::memory_order_acquire);
+}
+
+CURLcode VKHttpCurlLibrary::startup() const {
+    const std::lock_guard lock(gGlobalMutex);
+    return globalInit(CURL_GLOBAL_ALL);
+}
+
+void VKHttpCurlLibrary::shutdown() const {
+    const std::lock_guard lock(gGlobalMutex);
+    globalCleanup();
+}
+
+CURL* VKHttpCurlLibrary::makeHandle() const {
+    const std::lock_guard lock(gGlobalMutex);
+    CURL* const curl = easyInit();
+    if (curl != nullptr) {
+        // Deliberately for nothing, so its result is too: every transfer resets the handle, and the suite's connections
+        // have never sent keep-alive probes.
+        static_cast<void>(easySetopt(curl, CURLOPT_TCP_KEEPALIVE, 1L));
+    }
+    return curl;
 }

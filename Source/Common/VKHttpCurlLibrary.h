@@ -23,6 +23,14 @@ struct VKHttpCurlLibrary {
     decltype(&curl_mime_data) mimeData = nullptr;
     decltype(&curl_mime_filename) mimeFilename = nullptr;
 
+    // libcurl sets itself up when its first handle is made, and not every build of it does so for several threads: these
+    // three wait for each other.
+
+    [[nodiscard]] CURLcode startup() const;
+    void shutdown() const;
+    /// A new handle; null when there is none to be had.
+    [[nodiscard]] CURL* makeHandle() const;
+
     /// Loads the library on the first call, on any thread, and never unloads it. Null when it is not there, or is
     /// older than what is asked of it.
     [[nodiscard]] static const VKHttpCurlLibrary* shared();
