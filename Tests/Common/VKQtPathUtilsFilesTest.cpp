@@ -1,4 +1,5 @@
 // What VKQtPathUtils does to files and folders: statuses, what is logged, and what lies on the disk afterwards.
+#include "Common/PathUtilsSupport.h"
 #include "Support/DiskSupport.h"
 #include "Support/LoopFileSystem.h"
 #include "Support/VKTest.h"
@@ -8,22 +9,17 @@
 
 #include <CoreFoundation/CFQt.h>
 
-#include <QList>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <memory>
 #include <sys/inotify.h>
 #include <vector>
 
 using namespace CoreKit;
+using namespace PathUtils;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-const QByteArray kLogSource = "VKQtCore/Source/Common/VKQtPathUtils";
 
 /// Names that a careless step loses: each with the text that shows it.
 struct OddName {
@@ -55,43 +51,8 @@ void addOddNames() {
     }
 }
 
-VKQtPath filePath(const QString& folder, const QString& name) {
-    return VKQtPath(folder + u'/' + name, false);
-}
-VKQtPath folderPath(const QString& folder, const QString& name) {
-    return VKQtPath(folder + u'/' + name, true);
-}
-
 /// A text that can name no file.
 VKQtPath noPath() { return VKQtPath(QString(u"/a\0b"_s), false); }
-
-/// The statuses that were logged, each with the right source and some line; -1 for anything else.
-QList<int> loggedStatuses(LogCapture& log) {
-    QList<int> statuses;
-    for (const LogLine& line : log.take()) {
-        statuses.append(line.source == kLogSource && line.line > 0 ? int(line.status) : -1);
-    }
-    return statuses;
-}
-
-/// Everything below a folder, one line an item, with the content of files: what "as before" is compared by.
-QByteArray snapshot(const QByteArray& folder, const QByteArray& below = QByteArray()) {
-    QByteArray text;
-    for (const QByteArray& name : Disk::namesIn(folder)) {
-        const QByteArray path = folder + '/' + name;
-        struct stat record;
-        Disk::must(::lstat(path.constData(), &record) == 0, "lstat", path);
-        text += below + name;
-        if (S_ISDIR(record.st_mode)) {
-            text += "/\n" + snapshot(path, below + name + '/');
-        } else if (S_ISREG(record.st_mode)) {
-            text += '=' + Disk::contentOf(path) + '\n';
-        } else {
-            text += "?\n";
-        }
-    }
-    return text;
-}
 
 /// The names that items of a folder got while the object lived, in order.
 class WatchedNames {
@@ -120,47 +81,6 @@ private:
     int mQueue;
 };
 
-struct ProgressReleaser {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-using OwnedProgress = std::unique_ptr<VKProgress, ProgressReleaser>;
-
-/// What a copy reports, and the stage and step at which it is cancelled.
-struct Watcher {
-    VKProgress* progress = nullptr;
-    int cancelStage = INT_MAX;
-    int cancelStep = 0;
-    QList<QList<int>> seen;
-
-    static void receive(const VKProgressState& state, void* context) {
-        auto* const self = static_cast<Watcher*>(context);
-        self->seen.append({state.stage, state.step, state.steps});
-        if (state.stage == self->cancelStage && state.step == self->cancelStep) {
-            VKProgressSetCancel(self->progress, true);
-        }
-    }
-};
-
-OwnedProgress watched(Watcher& watcher) {
-    OwnedProgress progress(VKProgressCreate(&Watcher::receive, &watcher));
-    watcher.progress = progress.get();
-    return progress;
-}
-
-/// Two folders and three files, one name undecodable, a hidden file and a link out of the tree.
-void makeTree(const QByteArray& folder) {
-    Disk::makeFolder(folder);
-    Disk::makeFile(folder + "/one.jpg", "1");
-    Disk::makeFolder(folder + "/sub");
-    Disk::makeFile(folder + "/sub/lat\xe9.jpg", "2");
-    Disk::makeFolder(folder + "/sub/deep");
-    Disk::makeFile(folder + "/sub/deep/three.jpg", "3");
-    Disk::makeFile(folder + "/.hidden", "4");
-    Disk::makeLink(folder + "/link", "/etc");
-}
-
-const QByteArray kCopiedTree = "link?\none.jpg=1\nsub/\nsub/deep/\nsub/deep/three.jpg=3\nsub/lat\xe9.jpg=2\n";
-
 } // namespace
 
 class VKQtPathUtilsFilesTest : public VKTest {
@@ -183,17 +103,6 @@ private Q_SLOTS:
     void restoresToATarget();
     void recycleStatuses();
     void noBin();
-    void copiesATree();
-    void progressOfATree();
-    void cancelledAtEachStep_data();
-    void cancelledAtEachStep();
-    void cancelledAmongFoldersWithoutPermission();
-    void treeThatCannotBeMade();
-    void treeOntoItself();
-    void missingTree();
-    void cleanUpTakesWhatWasThere();
-    void cleanUpByFlag();
-    void treeIntoItself();
     void uniqueNames_data();
     void uniqueNames();
     void uniqueNamesInTheUsersLanguage();
@@ -211,7 +120,6 @@ private Q_SLOTS:
     void versions();
     void factoryContent();
 };
-
 void VKQtPathUtilsFilesTest::makesFolders() {
     const QString folder = makeFolder();
     const QByteArray bytes = folder.toUtf8();
@@ -470,191 +378,6 @@ void VKQtPathUtilsFilesTest::noBin() {
     QCOMPARE(VKQtPathUtils::canRecycleItem(item), false);
     QCOMPARE(VKQtPathUtils::recyleItem(item, recycled), kVKStatusCancelled);
     QCOMPARE(loggedStatuses(log), QList<int>());
-}
-
-void VKQtPathUtilsFilesTest::copiesATree() {
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    const QByteArray before = snapshot(bytes + "/tree");
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"copy/of/it"_s);
-    LogCapture log;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, nullptr), kVKStatusSuccess);
-    QCOMPARE(snapshot(bytes + "/copy/of/it"), kCopiedTree);
-    QCOMPARE(snapshot(bytes + "/tree"), before);
-    QCOMPARE(loggedStatuses(log), QList<int>());
-}
-
-void VKQtPathUtilsFilesTest::progressOfATree() {
-    const QString folder = makeFolder();
-    makeTree(folder.toUtf8() + "/tree");
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"copy"_s);
-    Watcher watcher;
-    const OwnedProgress progress = watched(watcher);
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, progress.get()), kVKStatusSuccess);
-    QList<int> foldersDone;
-    QList<int> filesDone;
-    for (const QList<int>& state : watcher.seen) {
-        QVERIFY(state[0] >= 0 && state[0] <= 2);
-        QCOMPARE(state[2], state[0] == 0 ? 0 : state[0] == 1 ? 2 : 4); // the link is one of the files
-        if (state[1] >= 0 && state[0] > 0) {
-            QList<int>& done = state[0] == 1 ? foldersDone : filesDone;
-            if (!done.contains(state[1])) { // the end of a stage tells its last step once more
-                done.append(state[1]);
-            }
-        }
-    }
-    QCOMPARE(foldersDone, QList<int>({0, 1}));
-    QCOMPARE(filesDone, QList<int>({0, 1, 2, 3}));
-}
-
-void VKQtPathUtilsFilesTest::cancelledAtEachStep_data() {
-    QTest::addColumn<int>("stage");
-    QTest::addColumn<int>("step");
-    QTest::newRow("begin of the scan") << 0 << -1;
-    QTest::newRow("begin of the folders") << 1 << -1;
-    QTest::newRow("first folder") << 1 << 0;
-    QTest::newRow("last folder") << 1 << 1;
-    QTest::newRow("begin of the files") << 2 << -1;
-    QTest::newRow("first file") << 2 << 0;
-    QTest::newRow("last file") << 2 << 3;
-}
-
-void VKQtPathUtilsFilesTest::cancelledAtEachStep() {
-    QFETCH(int, stage);
-    QFETCH(int, step);
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    const QByteArray before = snapshot(bytes);
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"copy"_s);
-    Watcher watcher;
-    const OwnedProgress progress = watched(watcher);
-    watcher.cancelStage = stage;
-    watcher.cancelStep = step;
-    LogCapture log;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, progress.get()), kVKStatusCancelled);
-    QCOMPARE(loggedStatuses(log), QList<int>());
-    QCOMPARE(snapshot(bytes), before);
-}
-
-void VKQtPathUtilsFilesTest::cancelledAmongFoldersWithoutPermission() {
-    VKTEST_NEEDS(Disk::isRoot(), "root, to become another user");
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    Disk::openForOthers(bytes + "/x");
-    QVERIFY(::chmod(bytes.constData(), 0777) == 0);
-    // The copy's own folders must not keep the clean-up out, at whatever step it comes.
-    const int failures = Disk::asOtherUser([&] {
-        makeTree(bytes + "/tree");
-        Disk::must(::chmod(Disk::text(bytes + "/tree/sub/deep"), 0555) == 0, "chmod", bytes);
-        Disk::must(::chmod(Disk::text(bytes + "/tree/sub"), 0555) == 0, "chmod", bytes);
-        const QByteArray before = snapshot(bytes);
-        int failed = 0;
-        for (const auto& [stage, step] : {std::pair{1, 0}, {1, 1}, {2, -1}, {2, 0}, {2, 2}, {2, 3}}) {
-            VKQtPath from = folderPath(folder, u"tree"_s);
-            VKQtPath to = folderPath(folder, u"copy"_s);
-            Watcher watcher;
-            const OwnedProgress progress = watched(watcher);
-            watcher.cancelStage = stage;
-            watcher.cancelStep = step;
-            failed += VKQtPathUtils::copyRecursive(from, to, progress.get()) != kVKStatusCancelled ? 1 : 0;
-            failed += snapshot(bytes) != before ? 1 : 0;
-        }
-        return failed;
-    });
-    QCOMPARE(failures, 0);
-}
-
-void VKQtPathUtilsFilesTest::treeThatCannotBeMade() {
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    Disk::makeFile(bytes + "/file", "mine");
-    const QByteArray before = snapshot(bytes);
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"file/copy"_s);
-    LogCapture log;
-    const VKStatus status = VKQtPathUtils::copyRecursive(from, to, nullptr);
-    QVERIFY(status == ENOTDIR || status == EEXIST);
-    QCOMPARE(loggedStatuses(log), QList<int>({int(status)}));
-    QCOMPARE(snapshot(bytes), before);
-}
-
-void VKQtPathUtilsFilesTest::treeOntoItself() {
-    for (const QString& name : {u"tree"_s, u"TREE"_s}) {
-        const QString folder = makeFolder();
-        const QByteArray bytes = folder.toUtf8();
-        makeTree(bytes + "/tree");
-        if (name == u"TREE") {
-            makeTree(bytes + "/TREE");
-        }
-        VKQtPath from = folderPath(folder, u"tree"_s);
-        VKQtPath to = folderPath(folder, name);
-        LogCapture log;
-        QCOMPARE(VKQtPathUtils::copyRecursive(from, to, nullptr), kVKStatusBadArgument);
-        QCOMPARE(loggedStatuses(log), QList<int>({int(kVKStatusBadArgument)}));
-        // What the header warns of: `to` is gone, and nothing else.
-        QVERIFY(!Disk::exists(bytes + '/' + name.toUtf8()));
-        QCOMPARE(Disk::exists(bytes + "/tree"), name == u"TREE");
-        QVERIFY(Disk::exists("/etc"));
-    }
-}
-
-void VKQtPathUtilsFilesTest::missingTree() {
-    const QString folder = makeFolder();
-    VKQtPath from = folderPath(folder, u"none"_s);
-    VKQtPath to = folderPath(folder, u"copy"_s);
-    LogCapture log;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, nullptr), kVKStatusSuccess);
-    QCOMPARE(snapshot(folder.toUtf8()), QByteArray("copy/\n"));
-    QCOMPARE(loggedStatuses(log), QList<int>());
-}
-
-void VKQtPathUtilsFilesTest::cleanUpTakesWhatWasThere() {
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    Disk::makeFolder(bytes + "/copy");
-    Disk::makeFile(bytes + "/copy/one.jpg", "mine");
-    Disk::makeFile(bytes + "/beside", "mine");
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"copy"_s);
-    LogCapture log;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, nullptr), VKStatus(EEXIST));
-    QCOMPARE(loggedStatuses(log), QList<int>({EEXIST}));
-    QVERIFY(!Disk::exists(bytes + "/copy"));
-    QVERIFY(Disk::exists(bytes + "/tree/one.jpg"));
-    QVERIFY(Disk::exists(bytes + "/beside"));
-}
-
-void VKQtPathUtilsFilesTest::cleanUpByFlag() {
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = filePath(folder, u"copy"_s);
-    Watcher watcher;
-    const OwnedProgress progress = watched(watcher);
-    watcher.cancelStage = 2;
-    watcher.cancelStep = 3;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, progress.get()), kVKStatusCancelled);
-    // A path that is no folder's deletes a file only.
-    QCOMPARE(snapshot(bytes + "/copy"), kCopiedTree);
-}
-
-void VKQtPathUtilsFilesTest::treeIntoItself() {
-    const QString folder = makeFolder();
-    const QByteArray bytes = folder.toUtf8();
-    makeTree(bytes + "/tree");
-    VKQtPath from = folderPath(folder, u"tree"_s);
-    VKQtPath to = folderPath(folder, u"tree/copy"_s);
-    LogCapture log;
-    QCOMPARE(VKQtPathUtils::copyRecursive(from, to, nullptr), kVKStatusSuccess);
-    QCOMPARE(snapshot(bytes + "/tree/copy"), kCopiedTree);
 }
 
 void VKQtPathUtilsFilesTest::uniqueNames_data() {
