@@ -94,6 +94,11 @@ void ToolFrameTest::commandHelp_data() {
                                << common + QStringList{u"--platform WHICH"_s, u"--order ORDER"_s, u"--html"_s,
                                                        u"--json"_s};
     QTest::newRow("folders") << u"folders"_s << common + QStringList(u"--json"_s);
+    QTest::newRow("account") << u"account"_s
+                             << common + QStringList{u"--service URL"_s, u"--session-file FILE"_s,
+                                                     u"--language CODE"_s, u"--edition WORD"_s,
+                                                     u"--product NAME"_s, u"--current VERSION"_s,
+                                                     u"--auth-file FILE"_s, u"--json"_s};
     QTest::newRow("bookmark") << u"bookmark"_s
                               << common + QStringList{u"--paths"_s, u"--update"_s, u"--json"_s};
     QTest::newRow("free") << u"free"_s << common + QStringList{u"--bytes"_s, u"--json"_s};

@@ -9,6 +9,7 @@
 
 /// Every command as the help lists them, one a line: what people use, then what serves the shell.
 inline constexpr const char* kEverydayCommands = R"(
+account
 bookmark
 config
 cp

@@ -4,6 +4,7 @@
 #include "Interruption.h"
 #include "Table.h"
 #include "Text.h"
+#include "TourAccount.h"
 
 #include <VKQtTemporaryDir.h>
 
@@ -170,6 +171,7 @@ void showAll(Tour& tour, const QString& given) {
     showSettings(tour);
     showMachine(tour);
     showTexts(tour);
+    showAccount(tour, helperProgram(u"accountservice"_s));
 }
 
 QString outcomeOf(const Tour::Chapter& chapter) {
