@@ -246,7 +246,7 @@ QByteArray parseProcessorKinds(const QByteArray& json) {
     QList<QJsonValue> waiting = {QJsonDocument::fromJson(json).object().value(QLatin1String("lscpu"))};
     while (!waiting.isEmpty() && kinds.size() < kProcessorKindsLimit) {
         const QJsonArray entries = waiting.takeFirst().toArray();
-        for (const QJsonValue& value : entries) {
+        for (const auto& value : entries) {
             const QJsonObject entry = value.toObject();
             waiting.append(entry.value(QLatin1String("children")));
             if (entry.value(QLatin1String("field")).toString().trimmed() != QLatin1String("Model name:")) {

@@ -29,7 +29,7 @@ void writeTable(const QJsonObject& members, Output& output) {
         table.addRow({{.text = what}, {.text = answer}});
     };
     const QJsonArray cards = members.value(u"cards"_s).toArray();
-    for (const QJsonValue& card : cards) {
+    for (const auto& card : cards) {
         row(u"Card"_s, textOf(card));
     }
     if (cards.isEmpty()) {
@@ -45,7 +45,8 @@ void writeTable(const QJsonObject& members, Output& output) {
     row(u"Renderer"_s, textOf(members.value(u"renderer"_s)));
     row(u"Shading language"_s, textOf(members.value(u"shadingLanguage"_s)));
     row(u"Longest texture side"_s, textOf(members.value(u"maxTextureSize"_s)));
-    for (const QJsonValue& problem : members.value(u"problems"_s).toArray()) {
+    const QJsonArray problems = members.value(u"problems"_s).toArray();
+    for (const auto& problem : problems) {
         row(u"Known problem"_s, textOf(problem));
     }
     table.write(output);

@@ -1,4 +1,6 @@
 // Uses the installed library the way an application does, and checks what comes back.
+#include <VKCoreImage/VKCoreImageHardwareInfo.h>
+#include <VKCoreImageUtils.h>
 #include <VKKeySequence.h>
 #include <VKQtDirIterator.h>
 #include <VKQtPath.h>
@@ -33,6 +35,14 @@ int main() {
 
     if (VKKeySequence::kCopy != QKeySequence(Qt::CTRL | Qt::Key_C)) {
         return fail("the shortcut of copying is wrong");
+    }
+
+    // Without a QGuiApplication there is no context, which is told and not suffered.
+    if (VKCoreImageHardwareInfo::validateOpenGL() != 1002 || VKCoreImageUtils::sContext != nullptr) {
+        return fail("a graphics context came from nowhere");
+    }
+    if (VKQtSysInfo::osName().isEmpty() || VKQtSysInfo::resolution() != QStringLiteral("0x0")) {
+        return fail("the system is not known");
     }
 
     const QTemporaryDir folder;
