@@ -1,4 +1,4 @@
-// The constants of the table, made of key codes: parsing a text costs twenty times as much, at each start of each
+// The constants of the table, made of key codes: parsing texts costs twelve times as much, at each start of each
 // application.
 #include "VKKeySequence.h"
 
