@@ -95,9 +95,9 @@ void ToolFrameTest::commandHelp_data() {
                                                        u"--json"_s};
     QTest::newRow("folders") << u"folders"_s << common + QStringList(u"--json"_s);
     QTest::newRow("account") << u"account"_s
-                             << common + QStringList{u"--service URL"_s, u"--session-file FILE"_s,
-                                                     u"--language CODE"_s, u"--edition WORD"_s,
-                                                     u"--product NAME"_s, u"--current VERSION"_s,
+                             << common + QStringList{u"--service URL"_s,    u"--session-file FILE"_s,
+                                                     u"--language CODE"_s,  u"--edition WORD"_s,
+                                                     u"--product NAME"_s,   u"--current VERSION"_s,
                                                      u"--auth-file FILE"_s, u"--json"_s};
     QTest::newRow("bookmark") << u"bookmark"_s
                               << common + QStringList{u"--paths"_s, u"--update"_s, u"--json"_s};
@@ -105,20 +105,13 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("graphics") << u"graphics"_s
                               << common + QStringList{u"--here"_s, u"--timeout SECONDS"_s, u"--json"_s};
     QTest::newRow("http") << u"http"_s
-                          << common + QStringList{u"--header LINE"_s,
-                                                  u"--user NAME"_s,
-                                                  u"--data TEXT"_s,
-                                                  u"--data-file FILE"_s,
-                                                  u"--field NAME=TEXT"_s,
-                                                  u"--file NAME=FILE"_s,
-                                                  u"--parts"_s,
-                                                  u"-o, --output FILE"_s,
-                                                  u"--overwrite"_s,
-                                                  u"--connect-timeout SECONDS"_s,
-                                                  u"--any-host"_s,
-                                                  u"--reply-header NAME"_s,
-                                                  u"--[no-]progress"_s,
-                                                  u"--json"_s};
+                          << common + QStringList{u"--header LINE"_s,     u"--user NAME"_s,
+                                                  u"--data TEXT"_s,       u"--data-file FILE"_s,
+                                                  u"--field NAME=TEXT"_s, u"--file NAME=FILE"_s,
+                                                  u"--parts"_s,           u"-o, --output FILE"_s,
+                                                  u"--overwrite"_s,       u"--connect-timeout SECONDS"_s,
+                                                  u"--any-host"_s,        u"--reply-header NAME"_s,
+                                                  u"--[no-]progress"_s,   u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
