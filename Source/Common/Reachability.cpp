@@ -135,7 +135,7 @@ struct Reachability::State {
 
     std::mutex runMutex;
     bool isRunning = false;
-    std::shared_ptr<Run> run; // the last one, also when it has ended
+    std::shared_ptr<Run> run; // the last one, until somebody has waited for its end
 };
 
 /// One start of the notifier, until its stop.
@@ -290,8 +290,13 @@ void Reachability::stopNotifier() {
         return;
     }
     run->stop();
-    if (tQueueOf != mState.get()) {
-        run->join();
+    if (tQueueOf == mState.get()) {
+        return; // in a block: the thread cannot wait for itself, and ends behind it
+    }
+    run->join();
+    const std::lock_guard lock(mState->runMutex);
+    if (mState->run == run && !mState->isRunning) {
+        mState->run.reset();
     }
 }
 

@@ -22,4 +22,7 @@ struct NetworkAddress {
 /// fe80::/10
 [[nodiscard]] bool isLinkLocalIPv6(const NetworkAddress& address);
 
+/// ::1
+[[nodiscard]] bool isLoopbackIPv6(const NetworkAddress& address);
+
 } // namespace VKPlatform

@@ -50,6 +50,12 @@ bool hasSourceFor(const RoutingFacts& facts, std::uint32_t interface) {
            });
 }
 
+/// Whether answers find back to the address that an IPv6 packet leaves from. The kernel takes one of the link or of
+/// the machine itself where it has no better one.
+bool canAnswerTo(const std::optional<NetworkAddress>& source, const NetworkLink& link) {
+    return source && !isLinkLocalIPv6(*source) && (link.isLoopback || !isLoopbackIPv6(*source));
+}
+
 /// The best of a route's ways.
 NetworkReach reachOf(const RoutingFacts& facts, const NetworkRoute& route) {
     NetworkReach best;
@@ -138,6 +144,12 @@ bool isLinkLocalIPv6(const NetworkAddress& address) {
            (address.bytes[1] & 0xC0U) == 0x80;
 }
 
+bool isLoopbackIPv6(const NetworkAddress& address) {
+    NetworkAddress last = address;
+    last.bytes[15] = 0;
+    return address.family == AddressFamily::IPv6 && address.bytes[15] == 1 && isZero(last);
+}
+
 std::vector<RoutingRule> usualRules() {
     std::vector<RoutingRule> rules;
     std::uint32_t priority = 0;
@@ -217,9 +229,8 @@ NetworkReach addressReach(const NetworkAddress& address, const NetworkRoute& rou
     if (isNear && address.scope == 0) {
         return reach;
     }
-    // Without an address of more than the link, answers would not find back.
     if (address.family == AddressFamily::IPv6 && !isNear && route.kind == RouteKind::Unicast &&
-        (!route.source || isLinkLocalIPv6(*route.source))) {
+        !canAnswerTo(route.source, *link)) {
         return reach;
     }
     return route.hops.front().isDead ? reach : reachThrough(route.hops.front(), *link);

@@ -28,6 +28,7 @@ struct NetworkLink {
     bool isRunning = false;      ///< it works: there is a cable, or nobody can tell
     bool isDormant = false;      ///< there is a cable, and the network has not let it in yet
     bool isPointToPoint = false; ///< a tunnel or a modem
+    bool isLoopback = false;
 };
 
 /// Where one way of a route leads.

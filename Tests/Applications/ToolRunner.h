@@ -21,6 +21,7 @@ http
 ls
 mkdir
 mv
+network
 path
 restore
 rm

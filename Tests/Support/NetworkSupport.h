@@ -9,8 +9,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
+#include <linux/if.h>
+#include <linux/if_tun.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -19,7 +23,7 @@ namespace Networks {
 inline bool gIsOwn = false;
 
 /// From here on the program's network is its own, and has a loopback interface that is up; so are its mounts. To be
-/// called before threads start. Without the right to, nothing happens, and isOwn() tells.
+/// called before threads start, again for a new one. Without the right to, nothing happens, and isOwn() tells.
 inline void enterOwnNamespace() {
     if (::unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
         return;
@@ -60,6 +64,26 @@ public:
 class Uplink : public Cable {
 public:
     Uplink() { ip("route add default via 10.9.0.1"); }
+};
+
+/// A tunnel "tun9" with 10.8.0.2/24 that works while the object lives. Needs /dev/net/tun.
+class Tunnel {
+public:
+    Tunnel() : mDevice(::open("/dev/net/tun", O_RDWR | O_CLOEXEC)) {
+        ifreq request = {};
+        std::memcpy(request.ifr_name, "tun9", 5);
+        request.ifr_flags = IFF_TUN | IFF_NO_PI;
+        Disk::must(mDevice >= 0 && ::ioctl(mDevice, TUNSETIFF, &request) == 0, "make", "tun9");
+        ip("addr add 10.8.0.2/24 dev tun9\nlink set tun9 up");
+    }
+    Tunnel(const Tunnel&) = delete;
+    Tunnel& operator=(const Tunnel&) = delete;
+    ~Tunnel() { ::close(mDevice); }
+
+    [[nodiscard]] static bool canBeMade() { return isOwn() && Disk::exists("/dev/net/tun"); }
+
+private:
+    int mDevice;
 };
 
 } // namespace Networks

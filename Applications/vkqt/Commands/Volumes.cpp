@@ -1,5 +1,6 @@
 // vkqt volumes: what is mounted that a person calls a volume, and, watched, what comes and goes.
 #include "CommandLine.h"
+#include "EndBySignal.h"
 #include "Table.h"
 #include "Text.h"
 
@@ -9,10 +10,8 @@
 
 #include <QCoreApplication>
 #include <QJsonObject>
-#include <QSocketNotifier>
 
-#include <csignal>
-#include <unistd.h>
+#include <cerrno>
 #include <utility>
 
 namespace {
@@ -164,23 +163,14 @@ private:
     VKQtVolumeMonitor mMonitor;
 };
 
-int gSignalPipe[2] = {-1, -1};
-
-extern "C" void noteSignal(int /*number*/) {
-    // A pipe that is full holds a note already.
-    static_cast<void>(::write(gSignalPipe[1], "x", 1));
-}
-
 int watch(Invocation& invocation) {
     Watcher watcher(invocation);
-    if (!watcher.isWatching() || ::pipe(gSignalPipe) != 0) {
-        invocation.fail(u"the mount table"_s, static_cast<VKStatus>(errno));
+    const EndBySignal end;
+    if (!watcher.isWatching() || end.error() != 0) {
+        const int error = end.error() != 0 ? end.error() : ENOTSUP;
+        invocation.fail(u"the mount table"_s, static_cast<VKStatus>(error));
         return invocation.exitStatus();
     }
-    const QSocketNotifier signalled(gSignalPipe[0], QSocketNotifier::Read);
-    QObject::connect(&signalled, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
-    std::signal(SIGINT, &noteSignal);
-    std::signal(SIGTERM, &noteSignal);
     watcher.run();
     return invocation.exitStatus();
 }

@@ -353,6 +353,7 @@ std::optional<NetworkLink> parseLink(QByteArrayView payload) {
     link.isRunning = (header->ifi_flags & IFF_RUNNING) != 0;
     link.isDormant = (header->ifi_flags & IFF_DORMANT) != 0 || state == IF_OPER_DORMANT;
     link.isPointToPoint = (header->ifi_flags & IFF_POINTOPOINT) != 0;
+    link.isLoopback = (header->ifi_flags & IFF_LOOPBACK) != 0;
     return link;
 }
 

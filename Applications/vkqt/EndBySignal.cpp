@@ -1,0 +1,35 @@
+// The signal writes into a pipe; the event loop reads of it.
+#include "EndBySignal.h"
+
+#include <QCoreApplication>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace VKTool {
+
+namespace {
+
+int gSignalPipe[2] = {-1, -1};
+
+extern "C" void noteSignal(int /*number*/) {
+    // A pipe that is full holds a note already.
+    static_cast<void>(::write(gSignalPipe[1], "x", 1));
+}
+
+} // namespace
+
+EndBySignal::EndBySignal() {
+    if (::pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+        mError = errno;
+        return;
+    }
+    mNotifier = std::make_unique<QSocketNotifier>(gSignalPipe[0], QSocketNotifier::Read);
+    QObject::connect(mNotifier.get(), &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    std::signal(SIGINT, &noteSignal);
+    std::signal(SIGTERM, &noteSignal);
+}
+
+} // namespace VKTool

@@ -1,0 +1,214 @@
+// vkqt network, run as a process in a network of the test's own.
+#include "ToolRunner.h"
+
+#include "Support/NetworkSupport.h"
+#include "Support/VKTest.h"
+
+#include <QDateTime>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <csignal>
+#include <memory>
+
+using namespace Networks;
+using namespace Qt::StringLiterals;
+
+class ToolNetworkTest : public VKTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void status_data();
+    void status();
+    void hosts();
+    void hostsJson();
+    void tunnel();
+    void wrongLines_data();
+    void wrongLines();
+    void watching_data();
+    void watching();
+    void readerLeavesWhileWatching();
+};
+
+namespace {
+
+/// The tool while it watches.
+class WatchRun {
+public:
+    explicit WatchRun(const QStringList& arguments) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"NO_COLOR"_s, u"1"_s);
+        mProcess.setProcessEnvironment(environment);
+        mProcess.start(QStringLiteral(VKQT_TOOL), QStringList{u"network"_s, u"watch"_s} + arguments);
+    }
+
+    /// Waits until the output holds so many lines or elements that say the text.
+    bool sees(const QByteArray& text, int count) {
+        while (mOutput.count(text) < count) {
+            if (!mProcess.waitForReadyRead(60000)) {
+                return false;
+            }
+            mOutput += mProcess.readAllStandardOutput();
+        }
+        return true;
+    }
+
+    /// Interrupts it; its exit status.
+    int interrupt(int number) {
+        ::kill(static_cast<pid_t>(mProcess.processId()), number);
+        mProcess.waitForFinished(60000);
+        mOutput += mProcess.readAllStandardOutput();
+        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    }
+
+    [[nodiscard]] const QByteArray& output() const { return mOutput; }
+
+private:
+    QProcess mProcess;
+    QByteArray mOutput;
+};
+
+} // namespace
+
+void ToolNetworkTest::init() {
+    VKTest::init();
+    VKTEST_NEEDS(isOwn(), "root and iproute2");
+}
+
+void ToolNetworkTest::status_data() {
+    QTest::addColumn<bool>("isReachable");
+    QTest::newRow("with a route") << true;
+    QTest::newRow("without") << false;
+}
+
+void ToolNetworkTest::status() {
+    QFETCH(bool, isReachable);
+    const Cable cable;
+    if (isReachable) {
+        ip("route add default via 10.9.0.1");
+    }
+    const ToolRun run = runVkqt({u"network"_s, u"status"_s});
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.err, QByteArray());
+    QCOMPARE(run.out, isReachable ? QByteArray("Place         Reachable  By       Flags\n"
+                                               "the internet  yes        network  XR -------\n")
+                                  : QByteArray("Place         Reachable  By    Flags\n"
+                                               "the internet  no         none  X- -------\n"));
+    bool ok = false;
+    const QJsonArray array = jsonArray(runVkqt({u"network"_s, u"status"_s, u"--json"_s}).out, &ok);
+    QVERIFY(ok);
+    QCOMPARE(array.size(), 1);
+    const QJsonObject element = array.first().toObject();
+    QVERIFY(element.value(u"host"_s).isNull());
+    QCOMPARE(element.value(u"reachable"_s), QJsonValue(isReachable));
+    QCOMPARE(element.value(u"kind"_s).toString(), isReachable ? u"network"_s : u"none"_s);
+    // Every member is in the help.
+    const QByteArray help = runVkqt({u"network"_s, u"--help"_s}).out;
+    for (const QString& key : element.keys()) {
+        QVERIFY2(help.contains(QByteArray("\n  " + key.toUtf8() + ' ')), qPrintable(key));
+    }
+}
+
+void ToolNetworkTest::hosts() {
+    const Cable cable;
+    const ToolRun run = runVkqt({u"network"_s, u"status"_s, u"10.9.0.7"_s, u"198.51.100.1"_s, u"127.0.0.1"_s,
+                                 u"no\nhost.test"_s, u"::1"_s});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.err.startsWith("vkqt network: no\\nhost.test: "), run.err);
+    QCOMPARE(run.err.count('\n'), 1);
+    const QList<QByteArray> lines = run.out.split('\n');
+    QCOMPARE(lines.size(), 6);
+    QVERIFY(lines.at(1).startsWith("10.9.0.7 ") && lines.at(1).endsWith(" XR ------d"));
+    QVERIFY(lines.at(2).startsWith("198.51.100.1 ") && lines.at(2).contains(" no "));
+    QVERIFY(lines.at(3).contains(" this machine "));
+    QVERIFY(lines.at(4).startsWith("::1 ") && lines.at(4).endsWith(" XR -----l-"));
+}
+
+void ToolNetworkTest::hostsJson() {
+    const ToolRun run = runVkqt({u"network"_s, u"status"_s, u"--json"_s, u"localhost"_s, QString(255, u'a')});
+    QCOMPARE(run.status, 1);
+    bool ok = false;
+    const QJsonArray array = jsonArray(run.out, &ok);
+    QVERIFY(ok);
+    QCOMPARE(members(array, u"host"_s), QStringList(u"localhost"_s));
+    QCOMPARE(members(array, u"kind"_s), QStringList(u"this machine"_s));
+}
+
+void ToolNetworkTest::tunnel() {
+    VKTEST_NEEDS(Tunnel::canBeMade(), "root and /dev/net/tun");
+    const Tunnel tunnel;
+    ip("route add default via 10.8.0.1");
+    const ToolRun run = runVkqt({u"network"_s, u"status"_s});
+    QVERIFY2(run.out.endsWith("the internet  yes        tunnel  XR -t-----\n"), run.out);
+}
+
+void ToolNetworkTest::wrongLines_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("sentence");
+    QTest::newRow("no action") << QStringList() << QByteArray("vkqt network: ");
+    QTest::newRow("another action") << QStringList{u"listen"_s} << QByteArray("vkqt network: ");
+    QTest::newRow("watch with a host")
+        << QStringList{u"watch"_s, u"localhost"_s}
+        << QByteArray("vkqt network: watch takes no HOST: it tells of the internet\n");
+}
+
+void ToolNetworkTest::wrongLines() {
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, sentence);
+    const ToolRun run = runVkqt(QStringList{u"network"_s} + arguments);
+    QCOMPARE(run.status, 2);
+    QVERIFY2(run.err.startsWith(sentence), run.err);
+    QCOMPARE(run.out, QByteArray());
+}
+
+void ToolNetworkTest::watching_data() {
+    QTest::addColumn<bool>("json");
+    QTest::addColumn<int>("signal");
+    QTest::newRow("text, Ctrl-C") << false << SIGINT;
+    QTest::newRow("JSON, ended") << true << SIGTERM;
+}
+
+void ToolNetworkTest::watching() {
+    QFETCH(bool, json);
+    QFETCH(int, signal);
+    const Uplink uplink;
+    WatchRun watch(json ? QStringList{u"--json"_s} : QStringList());
+    const QByteArray yes = json ? "\"reachable\":true" : "\nreachable ";
+    const QByteArray no = json ? "\"reachable\":false" : "unreachable ";
+    QVERIFY2(watch.sees(json ? yes : QByteArray("reachable "), 1), watch.output());
+    Cable::pullOut();
+    QVERIFY2(watch.sees(no, 1), watch.output());
+    Cable::putIn();
+    QVERIFY2(watch.sees(yes, json ? 2 : 1), watch.output());
+    QCOMPARE(watch.interrupt(signal), 0);
+    QList<QString> times;
+    if (json) {
+        bool ok = false;
+        const QJsonArray array = jsonArray(watch.output(), &ok);
+        QVERIFY(ok);
+        QCOMPARE(array.size(), 3);
+        times = members(array, u"time"_s);
+    } else {
+        const QStringList lines = QString::fromUtf8(watch.output()).split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 3);
+        for (const QString& line : lines) {
+            times.append(line.mid(12));
+        }
+    }
+    for (const QString& time : times) {
+        QVERIFY2(QDateTime::fromString(time, Qt::ISODate).isValid() && time.endsWith(u'Z'), qPrintable(time));
+    }
+}
+
+void ToolNetworkTest::readerLeavesWhileWatching() {
+    const Uplink uplink;
+    // The reader is gone before there is something to tell it.
+    const ToolRun run = runShell(u"\"$VKQT\" network watch | { head -n 1 | cut -c 1-9; exec </dev/null; "
+                                 "ip route del default; }; echo ${PIPESTATUS[0]}"_s);
+    QCOMPARE(run.out, QByteArray("reachable\n0\n"));
+    QCOMPARE(run.err, QByteArray());
+}
+
+VKTEST_MAIN_WITH_OWN_NETWORK(ToolNetworkTest)
+#include "ToolNetworkTest.moc"
