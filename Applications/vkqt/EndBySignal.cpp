@@ -19,6 +19,15 @@ extern "C" void noteSignal(int /*number*/) {
     static_cast<void>(::write(gSignalPipe[1], "x", 1));
 }
 
+void listen(int signal) {
+    struct sigaction before = {};
+    struct sigaction action = {};
+    action.sa_handler = &noteSignal;
+    if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+        ::sigaction(signal, &action, nullptr);
+    }
+}
+
 } // namespace
 
 EndBySignal::EndBySignal() {
@@ -28,8 +37,8 @@ EndBySignal::EndBySignal() {
     }
     mNotifier = std::make_unique<QSocketNotifier>(gSignalPipe[0], QSocketNotifier::Read);
     QObject::connect(mNotifier.get(), &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
-    std::signal(SIGINT, &noteSignal);
-    std::signal(SIGTERM, &noteSignal);
+    listen(SIGINT);
+    listen(SIGTERM);
 }
 
 } // namespace VKTool

@@ -8,7 +8,8 @@
 namespace VKTool {
 
 /// While one lives, Ctrl-C (SIGINT) and SIGTERM quit the application's event loop: that is how such a command is
-/// meant to end, so its exit status is 0. One at a time, made before the loop runs; for the rest of the program.
+/// meant to end, so its exit status is 0. What the tool was started to ignore stays ignored. One at a time, made
+/// before the loop runs; for the rest of the program.
 class EndBySignal {
 public:
     EndBySignal();

@@ -52,20 +52,23 @@ class HostAddresses : public std::enable_shared_from_this<HostAddresses> {
 public:
     explicit HostAddresses(QString host) : mHost(std::move(host)) {}
 
-    /// The best flags; starts the first look-up.
+    /// The best flags. Starts the first look-up, and another when the ways to the addresses, or to the internet as
+    /// long as there are none, are others than at the last one.
     std::optional<VKNetworkFlags> flags() {
         const std::lock_guard lock(mMutex);
-        if (!mAsked) {
+        const std::optional<VKNetworkFlags> flags = bestFlags();
+        const bool isOld =
+            mAddresses.empty() ? flagsOf(VKNetworkAddress()) != mInternetAtLookUp : flags != mFlagsAtLookUp;
+        if (!mAsked || isOld) {
             lookUp();
         }
-        return bestFlags();
+        return flags;
     }
 
-    /// After a change of the network: looks the name up again if it is unknown, or if the ways to its addresses are
-    /// others than at the last look-up.
+    /// After any change of the network: a name that is unknown is looked up again.
     void networkChanged() {
         const std::lock_guard lock(mMutex);
-        if (mAddresses.empty() || bestFlags() != mFlagsAtLookUp) {
+        if (mAddresses.empty()) {
             lookUp();
         }
     }
@@ -99,6 +102,7 @@ private:
             return;
         }
         mFlagsAtLookUp = bestFlags();
+        mInternetAtLookUp = flagsOf(VKNetworkAddress());
         const VKPlatform::SignalsBlocked blocked;
         try {
             std::thread([self = shared_from_this()] { self->run(); }).detach();
@@ -133,6 +137,7 @@ private:
     std::mutex mMutex;
     std::vector<VKNetworkAddress> mAddresses;
     std::optional<VKNetworkFlags> mFlagsAtLookUp;
+    std::optional<VKNetworkFlags> mInternetAtLookUp;
     bool mAsked = false;
     bool mIsLookingUp = false;
     bool mIsToRepeat = false;

@@ -28,12 +28,16 @@ private Q_SLOTS:
     void hostIsUnknownAtFirst();
     void hostChangesWithItsRoute();
     void hostIsFoundAfterAChange();
+    void hostIsFoundWithoutANotifier();
     void hostThatNobodyKnows();
     void bestOfTwoAddresses();
     void betterOfTwo();
     void releasedWhileLookingUp();
     void idle();
     void leavesNothingBehind();
+
+private:
+    qsizetype mThreads = 0; // without any of ours
 };
 
 namespace {
@@ -83,6 +87,7 @@ long waitsOf(const QByteArrayList& some) {
 } // namespace
 
 void NetworkRefsTest::initTestCase() {
+    mThreads = threads().size();
     if (isOwn()) {
         writeHosts({});
         Disk::must(::mount(hostsFile().constData(), "/etc/hosts", nullptr, MS_BIND, nullptr) == 0, "bind",
@@ -182,6 +187,20 @@ void NetworkRefsTest::hostIsFoundAfterAChange() {
     ip("addr add 10.9.3.2/24 dev v0"); // any change of the network
     QVERIFY(told.next());
     QCOMPARE(host->currentReachabilityFlags(), u"XR ------d"_s);
+}
+
+void NetworkRefsTest::hostIsFoundWithoutANotifier() {
+    writeHosts({});
+    const Cable cable;
+    QTRY_COMPARE(threads().size(), mThreads); // look-ups of the tests before
+    const Owned host(Reachability::reachabilityWithHostname(u"later.test"_s));
+    QCOMPARE(host->reachabilityFlags(), VKNetworkFlags(0));
+    QTRY_COMPARE(threads().size(), mThreads); // the look-up has ended
+    QCOMPARE(host->reachabilityFlags(), VKNetworkFlags(0));
+    QCOMPARE(threads().size(), mThreads); // and asking alone starts no other
+    writeHosts("10.9.0.9 later.test\n");
+    ip("route add default via 10.9.0.1");
+    QTRY_COMPARE(host->currentReachabilityFlags(), u"XR ------d"_s);
 }
 
 void NetworkRefsTest::hostThatNobodyKnows() {
