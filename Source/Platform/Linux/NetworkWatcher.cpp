@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <initializer_list>
+#include <utility>
 
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
