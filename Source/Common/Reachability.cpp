@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// The object whose queue this thread is; null for other threads.
-thread_local const void* tQueueOf = nullptr;
+thread_local const void* gQueueOf = nullptr;
 
 /// Lives in the main thread, and for ever: a notification may be on its way while the application object goes. Null
 /// while there is none.
@@ -161,7 +161,7 @@ struct Reachability::Run {
     }
 
     static void loop(const std::shared_ptr<Run>& self) {
-        tQueueOf = self->state.get();
+        gQueueOf = self->state.get();
         // A block may stop and start anew: the queue stays a serial one.
         if (self->before != nullptr) {
             self->before->join();
@@ -290,7 +290,7 @@ void Reachability::stopNotifier() {
         return;
     }
     run->stop();
-    if (tQueueOf == mState.get()) {
+    if (gQueueOf == mState.get()) {
         return; // in a block: the thread cannot wait for itself, and ends behind it
     }
     run->join();
