@@ -49,7 +49,7 @@ private Q_SLOTS:
     void notificationKeepsTheObject();
     void counts();
     void serialQueue();
-    void thousandStartsAndStops();
+    void manyStartsAndStops();
     void manyThreadsStartAndStop();
     void withoutApplicationThread();
 };
@@ -429,14 +429,14 @@ void ReachabilityTest::nothingAfterStop() {
     QSemaphore entered;
     const auto block = [&](Reachability*) {
         entered.release();
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 50; ++i) {
             std::this_thread::yield();
         }
         isLate = isLate || isStopped;
     };
     object->reachableBlock = block;
     object->unreachableBlock = block;
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 20; ++round) {
         isStopped = false;
         QVERIFY(object->startNotifier());
         object.source->change(round % 2 == 0 ? kReachable : 0);
@@ -475,7 +475,7 @@ void ReachabilityTest::restartInBlock() {
         QVERIFY(reachability->startNotifier());
         // The new thread has news at once, and may not overtake.
         object.source->change(object.source->flags() == kReachable ? 0 : kReachable);
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 50; ++i) {
             std::this_thread::yield();
         }
         --running;
@@ -526,7 +526,7 @@ void ReachabilityTest::releasedInBlock() {
 
 void ReachabilityTest::releasedWhileEventsCome() {
     const Observer observer;
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 100; ++round) {
         const auto source = std::make_shared<ReachabilityStandIn>();
         Reachability* const object = Reachability::initWithReachabilityRef(source);
         QVERIFY(object->startNotifier());
@@ -577,10 +577,10 @@ void ReachabilityTest::serialQueue() {
     const Turned object;
     std::atomic<int> running = 0;
     std::atomic<bool> overlapped = false;
-    std::atomic<int> calls = 0;
+    QSemaphore calls;
     const auto block = [&](Reachability*) {
         overlapped = overlapped || ++running != 1;
-        ++calls;
+        calls.release();
         std::this_thread::yield();
         --running;
     };
@@ -590,7 +590,7 @@ void ReachabilityTest::serialQueue() {
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
-            for (int round = 0; round < 200; ++round) {
+            for (int round = 0; round < 100; ++round) {
                 object.source->change(round % 2 == 0 ? kReachable : 0);
             }
         });
@@ -598,22 +598,21 @@ void ReachabilityTest::serialQueue() {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    // On a busy machine the queue's thread may not have run yet.
-    object.source->change(kReachable);
-    QTRY_VERIFY(calls > 0);
+    object.source->change(kReachable | kDirect); // others than it can have told
+    calls.acquire();
     object->stopNotifier();
     QVERIFY(!overlapped);
     deliver();
 }
 
-void ReachabilityTest::thousandStartsAndStops() {
+void ReachabilityTest::manyStartsAndStops() {
     const Turned object;
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 100; ++round) {
         QVERIFY(object->startNotifier());
         object.source->tell();
         object->stopNotifier();
     }
-    QCOMPARE(object.source->watches(), 1000);
+    QCOMPARE(object.source->watches(), 100);
     // No thread and no watch is left of them.
     QCOMPARE(object.source.use_count(), 2L);
 }
@@ -626,7 +625,7 @@ void ReachabilityTest::manyThreadsStartAndStop() {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
-            for (int round = 0; round < 100; ++round) {
+            for (int round = 0; round < 30; ++round) {
                 object->startNotifier();
                 object.source->change((round + i) % 2 == 0 ? kReachable : 0);
                 object->stopNotifier();
