@@ -49,6 +49,10 @@ bool failsNow() { return gCalls++ == gFailAt; }
 
 const VKHttpCurlLibrary& real() { return *VKHttpCurlLibrary::shared(); }
 
+// The signatures are libcurl's, which has enumerators stand before its variable arguments.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wvarargs"
+
 CURLcode failingSetopt(CURL* curl, CURLoption option, ...) {
     if (failsNow()) {
         return CURLE_UNKNOWN_OPTION;
@@ -77,6 +81,8 @@ CURLcode failingGetinfo(CURL* curl, CURLINFO info, ...) {
     va_end(arguments);
     return result;
 }
+
+#pragma GCC diagnostic pop
 
 curl_slist* failingAppend(curl_slist* list, const char* text) {
     return failsNow() ? nullptr : real().slistAppend(list, text);
