@@ -115,6 +115,7 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
+    QTest::newRow("network") << u"network"_s << common + QStringList(u"--json"_s);
     QTest::newRow("trash") << u"trash"_s << common + QStringList(u"--json"_s);
     QTest::newRow("trashed") << u"trashed"_s << common + QStringList(u"--json"_s);
     QTest::newRow("system") << u"system"_s << common + QStringList(u"--json"_s);
