@@ -101,6 +101,12 @@ private:
         VKAppMgrAPI::t_Requirements requirements;
     };
 
+    /// A member of the entry before. None yet: an empty key, which no member has.
+    struct Expected {
+        QByteArrayView key;
+        std::size_t index = kMembers;
+    };
+
     bool readEntries(Products& products) {
         const char* const start = mScanner.position();
         return mScanner.readArray([&] {
@@ -137,8 +143,8 @@ private:
     /// The index of the member with this key, or kMembers. The entries of a reply mostly have the same keys in the
     /// same order, so the entry before is asked first.
     std::size_t memberAt(std::size_t place, QByteArrayView key) {
-        if (place < mOrder.size() && mOrder[place].first == key) {
-            return mOrder[place].second;
+        if (place < mOrder.size() && mOrder[place].key == key) {
+            return mOrder[place].index;
         }
         const auto& all = members();
         const auto found =
@@ -208,7 +214,7 @@ private:
     const QByteArray mVersionKey = kAPIVersionField.toLatin1();
     const QByteArray mProductsKey = kProductsField.toLatin1();
     std::array<Recent, kMembers> mRecent;
-    std::array<std::pair<QByteArrayView, std::size_t>, 64> mOrder{};
+    std::array<Expected, 64> mOrder;
 };
 
 } // namespace

@@ -336,6 +336,7 @@ void VKAppMgrCatalogueTest::plain_data() {
     row("a wrong type is as good as missing",
         required + ", 'sku': 5, 'free': 'yes', 'mac_size': null, 'updated': false, 'mac_requirements': {}");
     row("unknown members", required + ", 'a': [1, 2.5, {'b': [[]]}, true, null], 'c': 'd'");
+    row("an empty key", "'': 'x', " + required + ", '': 'y'");
     row("escapes in texts", required + R"(, 'sku': '\/\\\n\u00e9\ud83d\udcf7', 'x': '\t')");
     row("an escaped quote", QByteArray(required + ", 'tooltip': 'a\\\"b'").replace('\'', '"'));
     row("letters above ASCII", required + ", 'sku': 'Caf\xc3\xa9 \xf0\x9f\x93\xb7'");
