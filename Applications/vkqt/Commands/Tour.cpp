@@ -146,6 +146,11 @@ void showMachine(Tour& tour) {
     tour.show({u"graphics"_s}, {kExitFine, kExitFailed});
 }
 
+void showNetwork(Tour& tour) {
+    tour.begin(u"network"_s, u"Whether the internet can be reached, by the routes of this moment"_s);
+    tour.show({u"network"_s, u"status"_s});
+}
+
 void showTexts(Tour& tour) {
     tour.begin(u"dates and shortcuts"_s, u"Dates as the suite writes them, and its keyboard shortcuts"_s);
     tour.show({u"date"_s, u"Monday, January 5, 2015 10:20:30"_s});
@@ -170,6 +175,7 @@ void showAll(Tour& tour, const QString& given) {
     showPlaces(tour);
     showSettings(tour);
     showMachine(tour);
+    showNetwork(tour);
     showTexts(tour);
     showAccount(tour, helperProgram(u"accountservice"_s));
 }
