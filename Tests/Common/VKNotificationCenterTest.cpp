@@ -144,7 +144,7 @@ void VKNotificationCenterTest::throws() {
         center.addObserver(u"n"_s, nullptr, [](const Notification&) { throw std::runtime_error("no"); });
     const auto second = center.addObserver(u"n"_s, nullptr, [&](const Notification&) { ++count; });
     QVERIFY(second != 0);
-    QVERIFY_EXCEPTION_THROWN(center.postNotification(u"n"_s, nullptr), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, center.postNotification(u"n"_s, nullptr));
     QCOMPARE(count, 0);
     // It is usable afterwards.
     center.removeObserver(first);
@@ -155,7 +155,7 @@ void VKNotificationCenterTest::throws() {
 void VKNotificationCenterTest::emptyBlock() {
     VKNotificationCenter center;
     const auto token = center.addObserver(u"n"_s, nullptr, {});
-    QVERIFY_EXCEPTION_THROWN(center.postNotification(u"n"_s, nullptr), std::bad_function_call);
+    QVERIFY_THROWS_EXCEPTION(std::bad_function_call, center.postNotification(u"n"_s, nullptr));
     center.removeObserver(token);
 }
 

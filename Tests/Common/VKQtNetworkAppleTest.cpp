@@ -120,7 +120,7 @@ void VKQtNetworkAppleTest::onlyTheLastObserverIsRemoved() {
 void VKQtNetworkAppleTest::emptyCallback() {
     VKQtNetworkApple network;
     QCOMPARE(network.startListening(), 0);
-    QVERIFY_EXCEPTION_THROWN(post(network.reachability), std::bad_function_call);
+    QVERIFY_THROWS_EXCEPTION(std::bad_function_call, post(network.reachability));
 }
 
 void VKQtNetworkAppleTest::otherObjects() {
