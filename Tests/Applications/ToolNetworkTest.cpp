@@ -1,12 +1,12 @@
 // vkqt network, run as a process in a network of the test's own.
 #include "ToolRunner.h"
+#include "WatchRun.h"
 
 #include "Support/NetworkSupport.h"
 #include "Support/VKTest.h"
 
 #include <QDateTime>
 #include <QJsonObject>
-#include <QProcess>
 
 #include <csignal>
 #include <memory>
@@ -30,46 +30,6 @@ private Q_SLOTS:
     void watching();
     void readerLeavesWhileWatching();
 };
-
-namespace {
-
-/// The tool while it watches.
-class WatchRun {
-public:
-    explicit WatchRun(const QStringList& arguments) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"NO_COLOR"_s, u"1"_s);
-        mProcess.setProcessEnvironment(environment);
-        mProcess.start(QStringLiteral(VKQT_TOOL), QStringList{u"network"_s, u"watch"_s} + arguments);
-    }
-
-    /// Waits until the output holds so many lines or elements that say the text.
-    bool sees(const QByteArray& text, int count) {
-        while (mOutput.count(text) < count) {
-            if (!mProcess.waitForReadyRead(60000)) {
-                return false;
-            }
-            mOutput += mProcess.readAllStandardOutput();
-        }
-        return true;
-    }
-
-    /// Interrupts it; its exit status.
-    int interrupt(int number) {
-        ::kill(static_cast<pid_t>(mProcess.processId()), number);
-        mProcess.waitForFinished(60000);
-        mOutput += mProcess.readAllStandardOutput();
-        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
-    }
-
-    [[nodiscard]] const QByteArray& output() const { return mOutput; }
-
-private:
-    QProcess mProcess;
-    QByteArray mOutput;
-};
-
-} // namespace
 
 void ToolNetworkTest::init() {
     VKTest::init();
@@ -173,7 +133,7 @@ void ToolNetworkTest::watching() {
     QFETCH(bool, json);
     QFETCH(int, signal);
     const Uplink uplink;
-    WatchRun watch(json ? QStringList{u"--json"_s} : QStringList());
+    WatchRun watch(QStringList{u"network"_s, u"watch"_s} + (json ? QStringList{u"--json"_s} : QStringList()));
     const QByteArray yes = json ? "\"reachable\":true" : "\nreachable ";
     const QByteArray no = json ? "\"reachable\":false" : "unreachable ";
     QVERIFY2(watch.sees(json ? yes : QByteArray("reachable "), 1), watch.output());

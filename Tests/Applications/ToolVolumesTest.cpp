@@ -1,12 +1,12 @@
 // vkqt volumes, run as a process on real mounts.
 #include "ToolRunner.h"
+#include "WatchRun.h"
 
 #include "Support/DiskSupport.h"
 #include "Support/MountSupport.h"
 #include "Support/VKTest.h"
 
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
 
 #include <csignal>
@@ -54,44 +54,6 @@ QJsonObject elementAt(const QByteArray& output, const QString& path) {
     }
     return QJsonObject();
 }
-
-/// The tool while it watches.
-class WatchRun {
-public:
-    explicit WatchRun(const QStringList& arguments) {
-        mProcess.setProcessEnvironment([] {
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(u"NO_COLOR"_s, u"1"_s);
-            return environment;
-        }());
-        mProcess.start(QStringLiteral(VKQT_TOOL), QStringList{u"volumes"_s, u"--watch"_s} + arguments);
-    }
-
-    /// Waits until the output holds the text.
-    bool sees(const QByteArray& text) {
-        while (!mOutput.contains(text)) {
-            if (!mProcess.waitForReadyRead(60000)) {
-                return false;
-            }
-            mOutput += mProcess.readAllStandardOutput();
-        }
-        return true;
-    }
-
-    /// Interrupts it; its exit status.
-    int interrupt(int number) {
-        ::kill(static_cast<pid_t>(mProcess.processId()), number);
-        mProcess.waitForFinished(60000);
-        mOutput += mProcess.readAllStandardOutput();
-        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
-    }
-
-    [[nodiscard]] const QByteArray& output() const { return mOutput; }
-
-private:
-    QProcess mProcess;
-    QByteArray mOutput;
-};
 
 } // namespace
 
@@ -206,7 +168,8 @@ void ToolVolumesTest::watching() {
     QFETCH(bool, json);
     QFETCH(int, signal);
     const QByteArray folder = newFolder();
-    WatchRun watch(json ? QStringList{u"--json"_s} : QStringList());
+    WatchRun watch(QStringList{u"volumes"_s, u"--watch"_s} +
+                   (json ? QStringList{u"--json"_s} : QStringList()));
     const auto line = [&](const QByteArray& event, const QByteArray& path) -> QByteArray {
         return json ? QByteArray("{\"event\":\"" + event + "\",\"path\":\"" + path + "\"}")
                     : QByteArray(event.leftJustified(9) + path + '\n');

@@ -1,6 +1,7 @@
 // What the kernel has in a network that each row makes for itself.
 #include "Platform/NetworkRoutes.h"
 
+#include "NetworkReachText.h"
 #include "Platform/HostNames.h"
 #include "Support/NetworkSupport.h"
 #include "Support/VKTest.h"
@@ -26,21 +27,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-QString words(const NetworkReach& reach) {
-    QStringList list;
-    const std::pair<bool, const char*> all[] = {{reach.isReachable, "reachable"},
-                                                {reach.isLocal, "local"},
-                                                {reach.isDirect, "direct"},
-                                                {reach.isTransient, "transient"},
-                                                {reach.needsConnection, "required"}};
-    for (const auto& [isSo, word] : all) {
-        if (isSo) {
-            list += QString::fromLatin1(word);
-        }
-    }
-    return list.join(u' ');
-}
 
 QString reachOfText(const QByteArray& text) {
     const std::optional<NetworkAddress> address = parseAddress(text);

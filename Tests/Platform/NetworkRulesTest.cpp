@@ -1,6 +1,7 @@
 // Ways out of the machine, decided over values.
 #include "Platform/NetworkRules.h"
 
+#include "NetworkReachText.h"
 #include "Support/VKTest.h"
 
 #include <algorithm>
@@ -107,21 +108,6 @@ RoutingRule suppressing(RoutingRule made, int length) {
 RoutingRule forOthers(RoutingRule made) {
     made.isForOrdinaryTraffic = false;
     return made;
-}
-
-QString words(const NetworkReach& reach) {
-    QStringList list;
-    const std::pair<bool, const char*> all[] = {{reach.isReachable, "reachable"},
-                                                {reach.isLocal, "local"},
-                                                {reach.isDirect, "direct"},
-                                                {reach.isTransient, "transient"},
-                                                {reach.needsConnection, "required"}};
-    for (const auto& [isSo, word] : all) {
-        if (isSo) {
-            list += QString::fromLatin1(word);
-        }
-    }
-    return list.join(u' ');
 }
 
 } // namespace
