@@ -51,9 +51,7 @@ int allocationsOfLibcurl(CURL* curl, const QByteArray& url) {
 } // namespace
 
 void VKHttpAllocationTest::smallRequests() {
-    if (!AllocationCounter::kAvailable) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_COUNTS();
     RecordingServer server;
     const QUrl url = server.url();
     const auto http = HttpTest::makeTransport(url);
@@ -83,9 +81,7 @@ void VKHttpAllocationTest::smallRequests() {
 }
 
 void VKHttpAllocationTest::aBodyIsAllocatedOnce() {
-    if (!AllocationCounter::kAvailable) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_COUNTS();
     RecordingServer server;
     constexpr qsizetype kPiece = 1 << 20;
     constexpr qint64 kPieces = 30;
@@ -106,9 +102,7 @@ void VKHttpAllocationTest::aBodyIsAllocatedOnce() {
 }
 
 void VKHttpAllocationTest::statedLengthIsBelievedUpToALimit() {
-    if (!AllocationCounter::kAvailable) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_COUNTS();
     RecordingServer server;
     server.reply(Reply::raw("HTTP/1.1 200 OK\r\nContent-Length: 9000000000000\r\n\r\nbody").close());
     const auto http = HttpTest::makeTransport(server.url());

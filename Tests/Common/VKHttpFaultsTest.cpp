@@ -370,9 +370,7 @@ void VKHttpFaultsTest::allocations_data() {
 }
 
 void VKHttpFaultsTest::allocations() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     QFETCH(Call, call);
     const PlainServer server;
     const auto part = HttpTest::makePart(u"a"_s, "1", u"f.jpg"_s);
@@ -407,9 +405,7 @@ void VKHttpFaultsTest::allocations() {
 }
 
 void VKHttpFaultsTest::allocationsOfAHeader() {
-    if (!Faults::kAllocationsCanFail) {
-        QSKIP("a sanitizer owns the allocator");
-    }
+    VKTEST_NEEDS_ALLOCATION_FAULTS();
     const PlainServer server;
     const QString name = u"X-Größe"_s;
     const QString value = u"ü"_s;

@@ -18,3 +18,12 @@ public:
     /// The largest number of bytes that was asked for at once.
     [[nodiscard]] std::size_t largest() const noexcept;
 };
+
+/// What a test that only counts starts with: it is skipped where nothing is counted. No failure in CI, which runs the test
+/// without a sanitizer as well.
+#define VKTEST_NEEDS_ALLOCATION_COUNTS()                                                                     \
+    do {                                                                                                     \
+        if (!AllocationCounter::kAvailable) {                                                                \
+            QSKIP("a sanitizer owns the allocator");                                                         \
+        }                                                                                                    \
+    } while (false)
