@@ -210,8 +210,7 @@ void ToolConfigTest::checksOther() {
     QVERIFY(run.out.startsWith("a.json:1:1: error: \"class_id\" is missing\n"));
     QCOMPARE(run.err, QByteArray("vkqt config: none.json: no such file or folder\n"));
     // What vkqt ships.
-    const QString shipped =
-        QStringLiteral(QT_TESTCASE_SOURCEDIR) + u"/../../Applications/vkqt/Defaults/VKConfig.json"_s;
+    const QString shipped = QStringLiteral(VKTEST_SOURCE_TREE "/Applications/vkqt/Defaults/VKConfig.json");
     QVERIFY(QFile::exists(shipped));
     const ToolRun own = config({u"check"_s, u"--defaults"_s, shipped});
     QCOMPARE(own.out, QByteArray());

@@ -189,7 +189,7 @@ private:
 
 void VKConfigCheckTest::initTestCase() {
     registerBundles();
-    QFile file(QStringLiteral(QT_TESTCASE_SOURCEDIR) + u"/../../Documentation/VKConfig.schema.json"_s);
+    QFile file(QStringLiteral(VKTEST_SOURCE_TREE "/Documentation/VKConfig.schema.json"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     mSchema = QJsonDocument::fromJson(file.readAll()).object();
     QVERIFY(mSchema.contains(u"$defs"_s));
