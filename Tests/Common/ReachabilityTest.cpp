@@ -92,7 +92,7 @@ public:
               kReachabilityChangedNotification, object,
               [this](const VKNotificationCenter::Notification& notification) {
                   objects.append(notification.object);
-                  areMain = areMain && QThread::currentThread() == qApp->thread();
+                  areMain = areMain && QThread::currentThread() == QCoreApplication::instance()->thread();
               })) {}
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
@@ -362,7 +362,7 @@ void ReachabilityTest::blocksThenNotification() {
         return [&, word](Reachability* reachability) {
             calls += word;
             QVERIFY(reachability == object.reachability.get());
-            QVERIFY(QThread::currentThread() != qApp->thread());
+            QVERIFY(QThread::currentThread() != QCoreApplication::instance()->thread());
             called.release();
         };
     };
@@ -421,7 +421,7 @@ void ReachabilityTest::calledByHand() {
     QStringList calls;
     object->reachableBlock = [&](Reachability*) {
         calls += u"reachable"_s;
-        QVERIFY(QThread::currentThread() == qApp->thread());
+        QVERIFY(QThread::currentThread() == QCoreApplication::instance()->thread());
     };
     object->unreachableBlock = [&](Reachability*) { calls += u"unreachable"_s; };
     object->reachabilityChanged(kReachable);

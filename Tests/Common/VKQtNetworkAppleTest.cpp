@@ -81,7 +81,7 @@ void VKQtNetworkAppleTest::callsBack() {
     VKQtNetworkApple network;
     QList<bool> answers;
     network.callback = [&](bool reachable) {
-        QVERIFY(QThread::currentThread() == qApp->thread());
+        QVERIFY(QThread::currentThread() == QCoreApplication::instance()->thread());
         answers.append(reachable);
     };
     network.startListening();

@@ -283,7 +283,8 @@ void VKQtNetworkTest::onTheMainThread() {
     QList<bool> areMain;
     const QMetaObject::Connection connection = connect(
         network(), &VKQtNetwork::reachabilityChanged, network(),
-        [&] { areMain.append(QThread::currentThread() == qApp->thread()); }, Qt::DirectConnection);
+        [&] { areMain.append(QThread::currentThread() == QCoreApplication::instance()->thread()); },
+        Qt::DirectConnection);
     ip("route del default");
     QVERIFY(becomes(listener.spy, false));
     disconnect(connection);
