@@ -128,6 +128,10 @@ private:
         if (peek() != '"') {
             return failHere(u"a key in double quotes"_s);
         }
+        // The framework's reader finds no member under such a key, but shows it without the mark.
+        if (mBytes.sliced(mAt + 1).startsWith("\xef\xbb\xbf")) {
+            return fail(mAt, u"a key must not begin with a byte-order mark"_s);
+        }
         if (!readString(member.key)) {
             return false;
         }

@@ -386,6 +386,8 @@ void VKConfigJsonTest::placesOfErrors_data() {
         << QByteArray("[\"a\tb\"]") << 3 << u"a control character in a text has to be written as \\u0009"_s;
     QTest::newRow("escape") << QByteArray("[\"a\\qb\"]") << 3 << u"there is no such escape sequence"_s;
     QTest::newRow("UTF-8") << QByteArray("[\"a\xff\"]") << 2 << u"the text that begins here is not UTF-8"_s;
+    QTest::newRow("byte-order mark before a key")
+        << QByteArray("{\"\xef\xbb\xbfkey\":1}") << 1 << u"a key must not begin with a byte-order mark"_s;
     QTest::newRow("leading zero") << QByteArray("[ 012]") << 2 << u"a number must not begin with 0"_s;
     QTest::newRow("digit") << QByteArray("[1.x]") << 3 << u"a digit should be here"_s;
     QTest::newRow("too large") << QByteArray("[1e999]") << 1 << u"the number is too large"_s;
