@@ -1,6 +1,6 @@
 # The Debian packages that the project needs, by purpose, and how they get onto the machine. Sourced by run, test and .ci/run.
 
-VKQT_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-tools-dev qt6-l10n-tools libgl1-mesa-dev libdeflate-dev libmount-dev libsystemd-dev libcurl4-openssl-dev libcurl4 ca-certificates libbenchmark-dev libmicrohttpd-dev libgnutls28-dev mandoc)
+VKQT_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libqt6opengl6-dev qt6-tools-dev qt6-l10n-tools libgl1-mesa-dev libdeflate-dev libmount-dev libsystemd-dev libcurl4-openssl-dev libcurl4 ca-certificates libbenchmark-dev libmicrohttpd-dev libgnutls28-dev mandoc)
 VKQT_TEST_PACKAGES=(iproute2 unicode-data tzdata bzip2 bsdutils bsdextrautils strace bash-completion groff-base exfat-fuse exfatprogs fuse3 sshfs openssh-sftp-server e2fsprogs util-linux xfsprogs btrfs-progs acl attr libplist-utils python3 squashfs-tools dbus xdg-desktop-portal bubblewrap udev udisks2 polkitd python3-dbus python3-gi trash-cli libglib2.0-bin gvfs gvfs-daemons dbus-daemon bindfs nginx-light libnginx-mod-http-dav-ext python3-httpbin gunicorn openssl xvfb xauth libgl1-mesa-dri pci.ids)
 VKQT_CI_PACKAGES=(clang-14 clang-format-14 clang-tidy-14 lld-14 llvm-14 libclang-rt-14-dev)
 
