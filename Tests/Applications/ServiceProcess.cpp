@@ -14,6 +14,7 @@ Conversation::Conversation(const QString& program, const QStringList& arguments,
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("NO_COLOR"));
     environment.insert(QStringLiteral("TERM"), QStringLiteral("xterm-256color"));
+    environment.insert(QStringLiteral("SHELL"), QStringLiteral("/bin/sh")); // What `script` starts.
     environment.insert(QStringLiteral("VKQT"), QStringLiteral(VKQT_TOOL));
     environment.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
     mProcess.setProcessEnvironment(environment);

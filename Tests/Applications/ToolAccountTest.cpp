@@ -298,7 +298,7 @@ void ToolAccountTest::terminalAfterCtrlC() {
     const QString command =
         u"trap : INT; \"$VKQT\" account login demo@example.test --session-file session --service %1; "
         "echo \"status $?\"; stty -a"_s.arg(mService->url());
-    Conversation terminal(u"script"_s, {u"-qec"_s, u"bash -c '%1'"_s.arg(command), u"/dev/null"_s}, mFolder);
+    Conversation terminal(u"script"_s, {u"-qec"_s, command, u"/dev/null"_s}, mFolder);
     QVERIFY(terminal.waitFor("Password of demo@example.test: "));
     terminal.write("gold\x03");
     QCOMPARE(terminal.waitForEnd(), 0);

@@ -17,6 +17,7 @@ ToolRun runProgram(const QString& program, const QStringList& arguments, const Q
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("NO_COLOR"));
     environment.insert(QStringLiteral("TERM"), QStringLiteral("xterm-256color"));
+    environment.insert(QStringLiteral("SHELL"), QStringLiteral("/bin/sh")); // What `script` starts.
     environment.insert(QStringLiteral("VKQT"), QStringLiteral(VKQT_TOOL));
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
