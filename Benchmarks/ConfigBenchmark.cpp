@@ -99,10 +99,7 @@ Files& files() {
     return sFiles;
 }
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-};
-using Model = std::unique_ptr<VKConfigModel, Releaser>;
+using Model = VKOwned<VKConfigModel>;
 
 Model loadedModel() {
     VKNode::registerNode(u"VKConfigBundle"_s, [] { return new VKConfigBundle; });

@@ -14,10 +14,7 @@ namespace {
 
 constexpr int kManyRecords = 10'000;
 
-struct ManagerReleaser {
-    void operator()(VKBookmarkManager* manager) const { manager->Release(); }
-};
-using OwnedManager = std::unique_ptr<VKBookmarkManager, ManagerReleaser>;
+using OwnedManager = VKOwned<VKBookmarkManager>;
 
 /// Paths as a user has them: of equal length, and equal up to their last letters.
 QByteArray pathOf(int number) {

@@ -22,10 +22,7 @@
 
 namespace {
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-};
-using Model = std::unique_ptr<VKConfigModel, Releaser>;
+using Model = VKOwned<VKConfigModel>;
 
 void dropLog(const VKLogRecord& /*record*/, void* /*context*/) {}
 

@@ -52,10 +52,6 @@ std::thread threadWithoutSignals(std::function<void()> body) {
     }
 }
 
-struct Releaser {
-    void operator()(Reachability* reachability) const { reachability->Release(); }
-};
-
 bool has(VKNetworkFlags flags, VKNetworkFlags wanted) { return (flags & wanted) != 0; }
 
 constexpr VKNetworkFlags kOnTrafficOrDemand =
@@ -175,7 +171,7 @@ struct Reachability::Run {
             if (!self->state->retain()) {
                 break; // its destructor is waiting for this thread
             }
-            const std::unique_ptr<Reachability, Releaser> kept(self->object);
+            const VKOwned<Reachability> kept(self->object);
             kept->changed(*flags, self);
         }
     }
@@ -366,7 +362,7 @@ void Reachability::changed(VKNetworkFlags flags, const std::shared_ptr<Run>& run
         return;
     }
     AddRef();
-    const std::shared_ptr<Reachability> kept(this, Releaser());
+    const std::shared_ptr<Reachability> kept(this, VKReleaser());
     QMetaObject::invokeMethod(
         relay,
         [kept, run] {

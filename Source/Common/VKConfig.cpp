@@ -26,10 +26,6 @@ VKStatus logged(VKStatus status, int line) {
     return VKConfigDetail::logged(status, "VKQtCore/Source/Common/VKConfig", line);
 }
 
-struct ModelReleaser {
-    void operator()(VKConfigModel* model) const { model->Release(); }
-};
-
 } // namespace
 
 VKConfig::VKConfig() : mModel(new VKConfigModel) {}
@@ -61,7 +57,7 @@ void VKConfig::loadUserFile() {
     if (!mUserFilePath.exists()) {
         return;
     }
-    const std::unique_ptr<VKConfigModel, ModelReleaser> user(new VKConfigModel);
+    const VKOwned<VKConfigModel> user(new VKConfigModel);
     if (user->loadPath(mUserFilePath.path()) == kVKStatusSuccess &&
         user->loadedVersion() == mModel->loadedVersion()) {
         mModel->updateModel(user.get());

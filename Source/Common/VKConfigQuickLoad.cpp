@@ -17,11 +17,8 @@ namespace VKConfigDetail {
 
 namespace {
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-};
-using OwnedBundle = std::unique_ptr<VKConfigBundle, Releaser>;
-using OwnedItem = std::unique_ptr<VKConfigItem, Releaser>;
+using OwnedBundle = VKOwned<VKConfigBundle>;
+using OwnedItem = VKOwned<VKConfigItem>;
 
 /// A boolean or a small integer.
 struct Scalar {
@@ -235,7 +232,7 @@ private:
         if (!read || !fields.classID || !items) {
             return false;
         }
-        const std::unique_ptr<VKNode, Releaser> node(
+        const VKOwned<VKNode> node(
             VKNode::createNodeOfType(QStringLiteral("VKConfigBundle"), *fields.classID));
         if (node == nullptr || !isBundle(*node)) {
             return false;

@@ -81,10 +81,6 @@ public:
 protected:
     VKHttpImpl();
 
-    struct ReleaseProgress {
-        void operator()(VKProgress* progress) const noexcept { VKProgressRelease(progress); }
-    };
-
     /// The part with this index, borrowed.
     [[nodiscard]] const VKHttpPart& part(CFIndex index) const;
     [[nodiscard]] CFIndex partCount() const;
@@ -99,6 +95,6 @@ protected:
     std::int64_t mUploadSize = 0;
     bool mDebugTrace = false;
     bool mIgnoreSSLErrors = false;
-    std::unique_ptr<VKProgress, ReleaseProgress> mProgress;
+    VKOwnedProgress mProgress;
     std::int64_t mMaxReplyBytes = 0; ///< 0: any number
 };

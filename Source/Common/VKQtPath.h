@@ -391,9 +391,6 @@ public:
 
 private:
     // The cache is a counted object: its last release deletes it.
-    struct CacheRelease {
-        void operator()(VKQtPath* path) const noexcept { path->Release(); }
-    };
 
     // For a text that is known to be canonical.
     struct CanonicalFolder {};
@@ -410,7 +407,7 @@ private:
     unsigned int mVolumeID = 0;
     bool mHasVolumeID = false;
     VKCFRef<CFDataRef> mSecurityToken;
-    std::unique_ptr<VKQtPath, CacheRelease> mFullVolumeCache;
+    VKOwned<VKQtPath> mFullVolumeCache;
 };
 
 /// A hash that agrees with equality: equal paths, so also those that differ only in case, have the same hash.

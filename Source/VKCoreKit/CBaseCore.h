@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 /// The count belongs to the object, not to its value: a copy starts at 1, and assigning changes no count. An
 /// object that is not on the heap (a value on the stack, a list element) is never released to 0 by anyone.
@@ -26,3 +27,14 @@ public:
 private:
     std::atomic<std::uint32_t> mReferences{1};
 };
+
+/// Gives back the one reference that a VKOwned holds.
+struct VKReleaser {
+    void operator()(CBaseCore* object) const { object->Release(); }
+};
+
+/// The owner of one reference, so that nobody calls Release() on a path that a return can skip:
+///
+///     const VKOwned<VKBookmark> bookmark(new VKBookmark);
+template <typename Object>
+using VKOwned = std::unique_ptr<Object, VKReleaser>;

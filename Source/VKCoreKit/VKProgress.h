@@ -7,6 +7,7 @@
 #include <VKCoreKit/VKStatus.h>
 
 #include <cstdint>
+#include <memory>
 
 /// The state as the operation last reported it. At the begin of a stage `step` is -1; at its end the last one.
 struct VKProgressState {
@@ -36,6 +37,12 @@ VKCORE_EXPORT VKProgress* VKProgressRetain(VKProgress* progress);
 
 /// Gives a reference back; the last one deletes the object. Null does nothing. Any thread.
 VKCORE_EXPORT void VKProgressRelease(VKProgress* progress);
+
+struct VKProgressReleaser {
+    void operator()(VKProgress* progress) const noexcept { VKProgressRelease(progress); }
+};
+/// The owner of one reference, so that nobody calls VKProgressRelease() on a path that a return can skip.
+using VKOwnedProgress = std::unique_ptr<VKProgress, VKProgressReleaser>;
 
 /// Sets or clears the cancel flag. Any thread, signal handlers included. Null does nothing.
 VKCORE_EXPORT void VKProgressSetCancel(VKProgress* progress, bool cancel) noexcept;

@@ -67,10 +67,7 @@ namespace {
 
 constexpr char kPassword[] = "golden-hour";
 
-struct Release {
-    void operator()(VKAppMgrAPI* service) const { service->Release(); }
-};
-using Client = std::unique_ptr<VKAppMgrAPI, Release>;
+using Client = VKOwned<VKAppMgrAPI>;
 
 Client clientOf(const QString& url) {
     Client client(new VKAppMgrAPI);

@@ -10,11 +10,7 @@
 
 namespace AppMgr {
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-using OwnedProgress = std::unique_ptr<VKProgress, Releaser>;
+using OwnedProgress = VKOwnedProgress;
 
 inline OwnedProgress newProgress() { return OwnedProgress(VKProgressCreate(nullptr, nullptr)); }
 
@@ -23,7 +19,7 @@ class Client : public VKAppMgrAPI {
 public:
     void setTrailingSlash() { mTrailingSlash = true; }
 };
-using OwnedClient = std::unique_ptr<Client, Releaser>;
+using OwnedClient = VKOwned<Client>;
 
 inline RecordingServer::Reply json(const QByteArray& body) {
     return RecordingServer::Reply::ok(quoted(body), "application/json");

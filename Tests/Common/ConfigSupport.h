@@ -19,13 +19,9 @@ namespace Config {
 
 using namespace Qt::StringLiterals;
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-};
-
 /// One reference.
 template <typename T>
-using Owned = std::unique_ptr<T, Releaser>;
+using Owned = VKOwned<T>;
 
 template <typename T>
 Owned<T> make() {

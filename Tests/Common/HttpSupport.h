@@ -11,13 +11,9 @@
 
 namespace HttpTest {
 
-struct Releaser {
-    void operator()(CBaseCore* object) const { object->Release(); }
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-using Transport = std::unique_ptr<VKHttpImplCurl, Releaser>;
-using Part = std::unique_ptr<VKHttpPart, Releaser>;
-using Progress = std::unique_ptr<VKProgress, Releaser>;
+using Transport = VKOwned<VKHttpImplCurl>;
+using Part = VKOwned<VKHttpPart>;
+using Progress = VKOwnedProgress;
 
 inline Transport makeTransport(const QUrl& url) {
     Transport transport(new VKHttpImplCurl);

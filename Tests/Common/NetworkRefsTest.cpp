@@ -42,10 +42,7 @@ private:
 
 namespace {
 
-struct Releaser {
-    void operator()(Reachability* reachability) const { reachability->Release(); }
-};
-using Owned = std::unique_ptr<Reachability, Releaser>;
+using Owned = VKOwned<Reachability>;
 
 QByteArray hostsFile() { return VKTest::scratchFolder().toUtf8() + "/hosts"; }
 

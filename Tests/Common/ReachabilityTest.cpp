@@ -66,10 +66,7 @@ constexpr VKNetworkFlags kOnDemand = kVKNetworkFlagsConnectionOnDemand;
 constexpr VKNetworkFlags kLocal = kVKNetworkFlagsIsLocalAddress;
 constexpr VKNetworkFlags kDirect = kVKNetworkFlagsIsDirect;
 
-struct Releaser {
-    void operator()(Reachability* reachability) const { reachability->Release(); }
-};
-using Owned = std::unique_ptr<Reachability, Releaser>;
+using Owned = VKOwned<Reachability>;
 
 /// A Reachability over flags that the test turns.
 struct Turned {

@@ -32,10 +32,7 @@ constexpr int kTimedOut = 1081;
 constexpr int kHostNotResolved = 1105;
 constexpr int kFileSize = 1 << 20;
 
-struct ProgressReleaser {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-using Progress = std::unique_ptr<VKProgress, ProgressReleaser>;
+using Progress = VKOwnedProgress;
 
 Progress makeProgress() { return Progress(VKProgressCreate(nullptr, nullptr)); }
 

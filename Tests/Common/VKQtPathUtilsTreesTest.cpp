@@ -17,10 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct ProgressReleaser {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-using OwnedProgress = std::unique_ptr<VKProgress, ProgressReleaser>;
+using OwnedProgress = VKOwnedProgress;
 
 /// What a copy reports, and the stage and step at which it is cancelled.
 struct Watcher {

@@ -56,6 +56,7 @@ class CBaseCoreTest : public VKTest {
 private Q_SLOTS:
     void startsAtOne();
     void lastReleaseDeletes();
+    void ownerGivesBack();
     void valueOnTheStack();
     void copyStartsAtOne();
     void assigningChangesNoCount();
@@ -84,6 +85,19 @@ void CBaseCoreTest::lastReleaseDeletes() {
     QCOMPARE(deleted.load(), 0);
     object->Release();
     QCOMPARE(deleted.load(), 1);
+}
+
+void CBaseCoreTest::ownerGivesBack() {
+    std::atomic<int> deleted = 0;
+    VKOwned<Counted> owner(new Counted(&deleted));
+    owner->AddRef();
+    VKOwned<Counted> second(owner.get());
+    owner.reset();
+    QCOMPARE(deleted.load(), 0);
+    QCOMPARE(countOf(*second), 1U);
+    second.reset();
+    QCOMPARE(deleted.load(), 1);
+    const VKOwned<Counted> nothing(nullptr);
 }
 
 void CBaseCoreTest::valueOnTheStack() {

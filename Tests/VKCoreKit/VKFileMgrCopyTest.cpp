@@ -10,10 +10,6 @@ using namespace CoreKit;
 
 namespace {
 
-struct ProgressReleaser {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-
 /// A progress object that writes down what it reports, as "stage/step/steps", and cancels itself at a step.
 class Recorder {
 public:
@@ -45,7 +41,7 @@ private:
         }
     }
 
-    std::unique_ptr<VKProgress, ProgressReleaser> mProgress;
+    VKOwnedProgress mProgress;
     QString mCancelAt;
 };
 

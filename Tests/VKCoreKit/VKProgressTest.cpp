@@ -5,7 +5,6 @@
 #include "Support/VKTest.h"
 
 #include <csignal>
-#include <memory>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -14,8 +13,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-using Owner = std::unique_ptr<VKProgress, decltype(&VKProgressRelease)>;
 
 /// Writes down what it is told, as "stage/step/steps", and cancels when told so.
 struct Recorder {
@@ -40,8 +37,8 @@ struct Bytes {
     }
 };
 
-Owner makeProgress(VKProgressObserver observer = nullptr, void* context = nullptr) {
-    return {VKProgressCreate(observer, context), &VKProgressRelease};
+VKOwnedProgress makeProgress(VKProgressObserver observer = nullptr, void* context = nullptr) {
+    return VKOwnedProgress(VKProgressCreate(observer, context));
 }
 
 VKProgress* gCancelledBySignal = nullptr;
@@ -73,7 +70,7 @@ private Q_SLOTS:
 
 void VKProgressTest::stagesAndSteps() {
     Recorder recorder;
-    const Owner progress = makeProgress(&Recorder::observe, &recorder);
+    const VKOwnedProgress progress = makeProgress(&Recorder::observe, &recorder);
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 0), kVKStatusSuccess);
     QCOMPARE(VKProgressDoProgressEndStage(progress.get()), kVKStatusSuccess);
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 2), kVKStatusSuccess);
@@ -88,7 +85,7 @@ void VKProgressTest::stagesAndSteps() {
 }
 
 void VKProgressTest::withoutObserver() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 1), kVKStatusSuccess);
     QCOMPARE(VKProgressDoProgressUpdateStage(progress.get(), 0), kVKStatusSuccess);
     VKProgressSetCancel(progress.get(), true);
@@ -124,14 +121,14 @@ void VKProgressTest::reservedArguments() {
     QFETCH(VKStatus, status);
     QFETCH(int, told);
     Recorder recorder;
-    const Owner progress = makeProgress(&Recorder::observe, &recorder);
+    const VKOwnedProgress progress = makeProgress(&Recorder::observe, &recorder);
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), first, second, 1), status);
     QCOMPARE(recorder.seen.size(), told);
 }
 
 void VKProgressTest::everyCallAnswersTheCancel() {
     Recorder recorder;
-    const Owner progress = makeProgress(&Recorder::observe, &recorder);
+    const VKOwnedProgress progress = makeProgress(&Recorder::observe, &recorder);
     VKProgressSetCancel(progress.get(), true);
     QVERIFY(VKProgressGetCancel(progress.get()));
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 1), kVKStatusCancelled);
@@ -143,7 +140,7 @@ void VKProgressTest::everyCallAnswersTheCancel() {
 
 void VKProgressTest::theObserverCancels() {
     Recorder recorder;
-    const Owner progress = makeProgress(&Recorder::observe, &recorder);
+    const VKOwnedProgress progress = makeProgress(&Recorder::observe, &recorder);
     recorder.cancelThis = progress.get();
     recorder.cancelAtStep = 1;
     QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 3), kVKStatusSuccess);
@@ -152,7 +149,7 @@ void VKProgressTest::theObserverCancels() {
 }
 
 void VKProgressTest::cancelIsTakenBack() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     VKProgressSetCancel(progress.get(), true);
     VKProgressSetCancel(progress.get(), false);
     QVERIFY(!VKProgressGetCancel(progress.get()));
@@ -160,7 +157,7 @@ void VKProgressTest::cancelIsTakenBack() {
 }
 
 void VKProgressTest::cancelFromAnotherThread() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     std::thread canceller([&] { VKProgressSetCancel(progress.get(), true); });
     while (VKProgressDoProgressUpdateStage(progress.get(), 0) == kVKStatusSuccess) {
         std::this_thread::yield();
@@ -170,7 +167,7 @@ void VKProgressTest::cancelFromAnotherThread() {
 }
 
 void VKProgressTest::cancelFromASignalHandler() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     gCancelledBySignal = progress.get();
     struct sigaction before = {};
     struct sigaction handler = {};
@@ -192,7 +189,7 @@ void VKProgressTest::lastReferenceDeletes() {
 }
 
 void VKProgressTest::countsFromManyThreads() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
@@ -231,7 +228,7 @@ void VKProgressTest::bytesPass() {
 }
 
 void VKProgressTest::firstAndLastBytesAreReported() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     Bytes bytes;
     VKProgressSetByteObserver(progress.get(), &Bytes::observe, &bytes);
     QVERIFY(progressWantsBytes(progress.get()));
@@ -247,7 +244,7 @@ void VKProgressTest::firstAndLastBytesAreReported() {
 }
 
 void VKProgressTest::bytesWithoutObserver() {
-    const Owner progress = makeProgress();
+    const VKOwnedProgress progress = makeProgress();
     Bytes bytes;
     QVERIFY(!progressWantsBytes(progress.get()));
     VKProgressDoBytes(progress.get(), {.done = 1, .total = 1});

@@ -34,13 +34,6 @@ using namespace VKTool;
 constexpr int kOk = 200;
 constexpr std::uint64_t kMostAuthBytes = 4096;
 
-struct ReleaseProgress {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-struct ReleaseObject {
-    void operator()(VKAppMgrAPI* service) const { service->Release(); }
-};
-
 /// The service, and the progress object by which Ctrl-C ends a call.
 class Connection {
 public:
@@ -58,8 +51,8 @@ public:
     }
 
 private:
-    std::unique_ptr<VKProgress, ReleaseProgress> mProgress{VKProgressCreate(nullptr, nullptr)};
-    std::unique_ptr<VKAppMgrAPI, ReleaseObject> mService;
+    VKOwnedProgress mProgress{VKProgressCreate(nullptr, nullptr)};
+    VKOwned<VKAppMgrAPI> mService;
 };
 
 int sayFailed(const QString& sentence) {

@@ -22,10 +22,7 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace VKTool;
 
-struct BookmarkReleaser {
-    void operator()(VKBookmark* bookmark) const { bookmark->Release(); }
-};
-using OwnedBookmark = std::unique_ptr<VKBookmark, BookmarkReleaser>;
+using OwnedBookmark = VKOwned<VKBookmark>;
 using Url = VKCFRef<CFURLRef>;
 
 /// One bookmark of the file, with what an action found out.

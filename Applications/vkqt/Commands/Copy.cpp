@@ -23,10 +23,6 @@ using namespace Qt::StringLiterals;
 using namespace VKTool;
 namespace fs = std::filesystem;
 
-struct Release {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-
 /// One copy and what is known about it.
 class Copying {
 public:
@@ -71,7 +67,7 @@ private:
         self->mBar.show(now.done, now.total);
     }
 
-    std::unique_ptr<VKProgress, Release> mProgress;
+    VKOwnedProgress mProgress;
     ProgressBar mBar;
 };
 

@@ -29,10 +29,6 @@ using namespace VKTool;
 constexpr int kMultipleChoices = 300;
 constexpr int kOk = 200;
 
-struct Release {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-
 /// One exchange, and what is told of it.
 struct Exchange {
     HttpRequest request;
@@ -80,7 +76,7 @@ void askForHeaders(const VKHttp& http, const QStringList& wanted, QJsonObject& h
 void perform(Exchange& exchange, const Invocation& invocation) {
     VKHttp::sLog = invocation.isVerbose();
     ProgressBar bar(invocation.isOn(u"progress"_s));
-    const std::unique_ptr<VKProgress, Release> progress(VKProgressCreate(nullptr, nullptr));
+    const VKOwnedProgress progress(VKProgressCreate(nullptr, nullptr));
     VKProgressSetByteObserver(
         progress.get(),
         [](const VKProgressBytes& now, void* context) {

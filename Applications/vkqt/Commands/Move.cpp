@@ -22,10 +22,6 @@ void showBytes(const VKProgressBytes& bytes, void* context) {
     static_cast<ProgressBar*>(context)->show(bytes.done, bytes.total);
 }
 
-struct Release {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-
 // While it lives, the bar shows the bytes that are copied, and Ctrl-C cancels the move, which then cleans up.
 class Interruptible {
 public:
@@ -39,7 +35,7 @@ public:
 
 private:
     ProgressBar mBar;
-    std::unique_ptr<VKProgress, Release> mProgress{VKProgressCreate(nullptr, nullptr)};
+    VKOwnedProgress mProgress{VKProgressCreate(nullptr, nullptr)};
     Interruption mInterruption{mProgress.get()};
 };
 

@@ -24,10 +24,6 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace VKTool;
 
-struct Release {
-    void operator()(VKProgress* progress) const { VKProgressRelease(progress); }
-};
-
 // A program that is built beside the tool; empty where there is none, as beside an installed tool.
 QString helperProgram(const QString& name) {
     const QString program = QCoreApplication::applicationDirPath() + u'/' + name;
@@ -232,7 +228,7 @@ int run(Invocation& invocation) {
             u"there is no program \"samplephotos\" to make pictures: name a FOLDER"_s);
     }
     const VKQtTemporaryDir folder;
-    const std::unique_ptr<VKProgress, Release> progress(VKProgressCreate(nullptr, nullptr));
+    const VKOwnedProgress progress(VKProgressCreate(nullptr, nullptr));
     const Interruption interruption(progress.get());
     const bool json = invocation.isOn(u"json"_s);
     Tour tour(invocation, folder.getTemporaryPath().path(), json || invocation.isOn(u"brief"_s),
