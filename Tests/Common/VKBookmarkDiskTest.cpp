@@ -18,10 +18,7 @@ namespace {
 using Data = VKCFRef<CFDataRef>;
 using Url = VKCFRef<CFURLRef>;
 
-struct BookmarkReleaser {
-    void operator()(VKBookmark* bookmark) const { bookmark->Release(); }
-};
-using Owned = std::unique_ptr<VKBookmark, BookmarkReleaser>;
+using Owned = VKOwned<VKBookmark>;
 
 Owned makeBookmark() { return Owned(new VKBookmark); }
 

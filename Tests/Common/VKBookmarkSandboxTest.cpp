@@ -66,15 +66,12 @@ private:
         if (status != kVKStatusSuccess) {
             return "status " + QByteArray::number(status);
         }
-        const std::unique_ptr<VKBookmark, Releaser> bookmark(made);
+        const VKOwned<VKBookmark> bookmark(made);
         QByteArray xml;
         return bookmark->save(xml) == kVKStatusSuccess ? xml.toHex() : QByteArray("not saved");
     }
 
-    struct Releaser {
-        void operator()(VKBookmark* bookmark) const { bookmark->Release(); }
-    };
-    std::unique_ptr<VKBookmark, Releaser> mBookmark;
+    VKOwned<VKBookmark> mBookmark;
 };
 
 int beAnApplication() {
