@@ -54,7 +54,7 @@ VKQT_EXPORT extern const QString kVKHttpUserAgent;                     ///< "Use
 class VKQT_EXPORT VKHttp {
 public:
     /// What a reply may bring before its transfer fails with error 56: header bytes and header lines, status lines
-    /// and interim replies included.
+    /// and interim replies included. A single line of more than 100 KiB is too long for libcurl itself: error 27.
     static constexpr qsizetype kMaxReplyHeaderBytes = qsizetype{256} * 1024;
     static constexpr int kMaxReplyHeaderLines = 1000;
 
@@ -84,8 +84,8 @@ public:
     /// Basic authentication, sent when both are not empty. The user must hold no ":".
     void setBasicAuthentication(const QString& user, const QString& password);
 
-    /// For connecting, name look-up included; 0 is libcurl's own (five minutes). Over it: error 1081. A transfer
-    /// that has connected has no time limit: give it a progress object to be able to end it.
+    /// For connecting, name look-up included; 0 is libcurl's own (five minutes). Over it: error 1081. A look-up that is
+    /// given up, so or by a cancel, is not waited for. A transfer that has connected has no time limit: give it a progress object to be able to end it.
     void setConnectTimeout(int milliseconds);
 
     /// When true, a certificate for another host name is accepted. Deliberately not one that no trusted authority
@@ -118,7 +118,8 @@ public:
 
     /// Sends bytes of the device, which is read from where it stands while the transfer runs: memory use is small
     /// whatever the size. The device is borrowed for the call. It counts what it has sent over the object's whole
-    /// life: a second put() sends only what its size exceeds that count by. A device that fails gives error 26.
+    /// life: a second put() sends only what its size exceeds that count by. A device that fails gives error 26, and so
+    /// does a size below that count.
     int put(QIODevice* device, std::int64_t size);
     int patch(const QByteArray& body);
     int deleteBytes(const QByteArray& body);

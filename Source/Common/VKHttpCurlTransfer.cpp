@@ -118,6 +118,9 @@ CURLcode VKHttpImplCurl::Transfer::prepare() {
 
 void VKHttpImplCurl::Transfer::setConnection(VKHttpCurlOptions& options) {
     options.set(CURLOPT_NOSIGNAL, 1L);
+    // A name look-up that is given up is left to its thread: to wait for it would keep who cancels, or allows a second
+    // to connect, for as long as dead name servers take.
+    options.set(CURLOPT_QUICK_EXIT, 1L);
     options.set(CURLOPT_PROTOCOLS_STR, "http,https");
     options.setBufferSize(kReceiveBytes);
 }
@@ -366,8 +369,10 @@ std::size_t VKHttpImplCurl::Transfer::giveUpload(char* buffer, std::size_t room)
     if (chunk == 0) {
         return 0;
     }
-    // No device fails like one that cannot be read.
-    const qint64 got = mRequest.mUploadDevice == nullptr ? -1 : mRequest.mUploadDevice->read(buffer, chunk);
+    // No device fails like one that cannot be read, and so does one that is asked for less than nothing (of which the
+    // framework would warn).
+    const bool canRead = chunk > 0 && mRequest.mUploadDevice != nullptr;
+    const qint64 got = canRead ? mRequest.mUploadDevice->read(buffer, chunk) : -1;
     // Deliberately with the -1 of a failure, which libcurl is given too and takes for a read error.
     mUploadSent += got;
     return static_cast<std::size_t>(got);

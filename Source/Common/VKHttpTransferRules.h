@@ -38,10 +38,10 @@ inline constexpr std::int64_t kVKHttpMaxKeptCapacity = std::int64_t{64} * 1024;
 }
 
 /// How much the device is asked for: what libcurl has room for, and no more than is left of the size over all that
-/// the object has sent. Never negative, also when a size is smaller than what an earlier transfer sent.
+/// the object has sent. Negative when more than the size was sent before: a read that fails.
 [[nodiscard]] constexpr std::int64_t vkHttpUploadChunk(std::int64_t room, std::int64_t size,
                                                        std::int64_t sent) noexcept {
-    return std::max<std::int64_t>(0, std::min(room, size - sent));
+    return std::min(room, size - sent);
 }
 
 /// What a byte observer is told: sent and received in one figure. The total is unknown while the reply's length is.

@@ -30,6 +30,8 @@ private Q_SLOTS:
     void headerByteLimit_data();
     void headerByteLimit();
     void headerLimitsAreForOneTransfer();
+    void headerLineLength_data();
+    void headerLineLength();
     void bodyLimit_data();
     void bodyLimit();
     void negativeBodyLimitIsNone();
@@ -331,6 +333,26 @@ void VKHttpReplyTest::headerLimitsAreForOneTransfer() {
         http->get();
         QCOMPARE(http->httpResultCode(), 200);
     }
+}
+
+void VKHttpReplyTest::headerLineLength_data() {
+    QTest::addColumn<int>("length");
+    QTest::addColumn<int>("error");
+    QTest::newRow("as libcurl takes") << 100'000 << 0;
+    QTest::newRow("too long for libcurl") << 110'000 << 27;
+}
+
+/// One line is libcurl's to limit.
+void VKHttpReplyTest::headerLineLength() {
+    QFETCH(int, length);
+    QFETCH(int, error);
+    RecordingServer server;
+    server.reply(
+        Reply::raw(kOk + "X: " + QByteArray(length - 5, 'v') + "\r\nContent-Length: 0\r\n\r\n").close());
+    const auto http = HttpTest::makeTransport(server.url());
+    http->get();
+    QCOMPARE(http->error(), error);
+    QCOMPARE(http->httpResultCode(), error == 0 ? 200 : 0);
 }
 
 void VKHttpReplyTest::bodyLimit_data() {
