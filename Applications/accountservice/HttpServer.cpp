@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <netinet/in.h>
+#include <poll.h>
 
 namespace AccountService {
 
@@ -112,6 +113,13 @@ Response responseOf(HttpServer& server, const Reply& reply) {
     return response;
 }
 
+/// -1, which no client ever leaves, when the library does not tell.
+int socketOf(MHD_Connection* connection) {
+    const MHD_ConnectionInfo* const info =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    return info != nullptr ? info->connect_fd : -1;
+}
+
 MHD_Result send(HttpServer& server, MHD_Connection* connection, const Request& request, const Reply& reply) {
     if (server.logs()) {
         // What a client sent as path may hold anything.
@@ -122,7 +130,7 @@ MHD_Result send(HttpServer& server, MHD_Connection* connection, const Request& r
         return MHD_NO;
     }
     if (reply.delivery == Delivery::Never) {
-        server.pauseUntilEnd();
+        server.pauseUntilLeft(socketOf(connection));
         return MHD_NO;
     }
     const Response response = responseOf(server, reply);
@@ -218,9 +226,11 @@ bool HttpServer::pause(std::chrono::milliseconds time) {
     return !mEnding.wait_for(lock, time, [this] { return mEnds; });
 }
 
-void HttpServer::pauseUntilEnd() {
-    std::unique_lock lock(mMutex);
-    mEnding.wait(lock, [this] { return mEnds; });
+void HttpServer::pauseUntilLeft(int connection) {
+    constexpr std::chrono::milliseconds kBetweenLooks(50);
+    pollfd client = {.fd = connection, .events = POLLRDHUP, .revents = 0};
+    while (::poll(&client, 1, 0) == 0 && pause(kBetweenLooks)) {
+    }
 }
 
 } // namespace AccountService

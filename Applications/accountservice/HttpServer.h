@@ -42,7 +42,8 @@ public:
     [[nodiscard]] bool logs() const { return mLogs; }
     /// False when the service ends meanwhile.
     [[nodiscard]] bool pause(std::chrono::milliseconds time);
-    void pauseUntilEnd();
+    /// Until the client has closed the connection, or its side of it, or the service ends.
+    void pauseUntilLeft(int connection);
 
 private:
     struct Stop {

@@ -51,6 +51,7 @@ private Q_SLOTS:
     void overTls();
     void authorityFile();
     void manyAtOnce();
+    void hangsUntilTheClientLeaves();
     void idleConnections_data();
     void idleConnections();
     void ends_data();
@@ -111,6 +112,7 @@ public:
     ~IdleConnection() { ::close(mSocket); }
 
     [[nodiscard]] bool isConnected() const { return mIsConnected; }
+    [[nodiscard]] int descriptor() const { return mSocket; }
 
 private:
     int mSocket;
@@ -463,6 +465,22 @@ void AccountServiceTest::manyAtOnce() {
         sessions.insert(answer.response.session);
     }
     QCOMPARE(sessions.size(), kThreads);
+}
+
+/// Otherwise the clients that left would use up the connections that the service has.
+void AccountServiceTest::hangsUntilTheClientLeaves() {
+    const IdleConnection connection(static_cast<quint16>(QUrl(mService->url()).port()));
+    QVERIFY(connection.isConnected());
+    const timeval longest = {.tv_sec = 20, .tv_usec = 0}; // only where it fails
+    QCOMPARE(::setsockopt(connection.descriptor(), SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest), 0);
+    const QByteArray request("GET /fault/hang/products HTTP/1.1\r\nHost: x\r\n\r\n");
+    QCOMPARE(::send(connection.descriptor(), request.constData(), static_cast<std::size_t>(request.size()),
+                    MSG_NOSIGNAL),
+             request.size());
+    QVERIFY(mService->process().waitForErr("GET /fault/hang/products "));
+    QCOMPARE(::shutdown(connection.descriptor(), SHUT_WR), 0);
+    char byte = 0;
+    QCOMPARE(::recv(connection.descriptor(), &byte, 1, 0), 0);
 }
 
 void AccountServiceTest::idleConnections_data() {
