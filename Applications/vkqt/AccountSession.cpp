@@ -26,8 +26,9 @@ namespace {
 
 VKCFRef<CFURLRef> urlOfFile(const VKQtPath& file) { return VKCFRef<CFURLRef>::adopt(file.createCFUrl()); }
 
-/// Success only for a plain file that nobody but its owner can read, and whose owner we are or root is us.
-VKStatus checkPrivacy(int descriptor) {
+/// Success only for a plain file and, where that is required, one that nobody but its owner can read: who could open that
+/// is the owner or root.
+VKStatus checkFile(int descriptor, Privacy privacy) {
     struct stat facts = {};
     if (::fstat(descriptor, &facts) != 0) {
         return static_cast<VKStatus>(errno);
@@ -35,10 +36,11 @@ VKStatus checkPrivacy(int descriptor) {
     if (!S_ISREG(facts.st_mode)) {
         return S_ISDIR(facts.st_mode) ? EISDIR : EOPNOTSUPP;
     }
-    return (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0 ? VKStatus{kVKStatusSuccess} : VKStatus{EPERM};
+    const bool isPrivate = (facts.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+    return isPrivate || privacy == Privacy::Ignored ? VKStatus{kVKStatusSuccess} : VKStatus{EPERM};
 }
 
-VKStatus readPrivateFile(const VKQtPath& path, QByteArray& content) {
+VKStatus readFile(const VKQtPath& path, Privacy privacy, QByteArray& content) {
     const QByteArray bytes = CFURLCopyFileSystemBytes(urlOfFile(path).get());
     const int descriptor = ::open(bytes.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
@@ -49,7 +51,7 @@ VKStatus readPrivateFile(const VKQtPath& path, QByteArray& content) {
         ::close(descriptor);
         return EISDIR;
     }
-    if (const VKStatus status = checkPrivacy(descriptor); status != kVKStatusSuccess) {
+    if (const VKStatus status = checkFile(descriptor, privacy); status != kVKStatusSuccess) {
         return status;
     }
     content = file.read(kMostSessionBytes + 1);
@@ -68,9 +70,9 @@ VKQtPath defaultSessionFile() {
     return folder.isEmpty() ? VKQtPath() : VKQtPath(folder + u"/AccountSession.json"_s, false);
 }
 
-VKStatus readSession(const VKQtPath& file, AccountSession& session) {
+VKStatus readSession(const VKQtPath& file, AccountSession& session, Privacy privacy) {
     QByteArray content;
-    if (const VKStatus status = readPrivateFile(file, content); status != kVKStatusSuccess) {
+    if (const VKStatus status = readFile(file, privacy, content); status != kVKStatusSuccess) {
         return status;
     }
     const QJsonObject object = QJsonDocument::fromJson(content).object();

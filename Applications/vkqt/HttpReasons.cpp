@@ -30,15 +30,16 @@ constexpr Reason kTransportReasons[] = {
     {18, u"the connection was closed before the reply was whole"},
     {23, u"the reply could not be kept"},
     {26, u"what was to be sent could not be read"},
-    {27, u"there is not enough memory"},
+    {27, u"there is not enough memory, or a header of the reply is too long"},
     {35, u"no secure connection could be agreed on"},
     {52, u"the server closed the connection without a reply"},
     {55, u"the connection broke while the request was sent"},
-    {56, u"the connection broke while the reply was received"},
+    {56,
+     u"the connection broke while the reply was received, or the reply is malformed or has too many headers"},
     {58, u"the client's certificate cannot be used"},
     {60, u"the server's certificate is not trusted, has expired or is another host's"},
     {61, u"the reply is encoded in an unknown way"},
-    {63, u"the reply is longer than is allowed"},
+    {63, u"the reply is longer than is allowed (--limit)"},
     {65, u"the server wanted what was sent again, which is gone"},
     {77, u"the list of trusted certificate authorities cannot be read"},
     {92, u"the server broke off the HTTP/2 stream"},
@@ -101,6 +102,9 @@ QString transportReason(int error, const QString& host) {
 }
 
 QString answerReason(int httpStatus) {
+    if (httpStatus == 0) {
+        return u"there is not enough memory for the reply"_s;
+    }
     const QString text = textFor(kAnswers, httpStatus);
     const QString answer = u"the server answered "_s + QString::number(httpStatus);
     return text.isEmpty() ? answer : QString(answer + u" ("_s + text + u')');
@@ -108,7 +112,12 @@ QString answerReason(int httpStatus) {
 
 QString addressText(const QUrl& url) { return url.toDisplayString(QUrl::RemoveUserInfo); }
 
-QString addressProblem(const QUrl& url) {
+QString addressProblem(const QString& given) {
+    const QUrl url(given);
+    if (!url.isValid() && !url.isEmpty()) {
+        return given.contains(u'@') ? u"the address is malformed"_s
+                                    : u"\"%1\" is malformed as an address"_s.arg(shown(given));
+    }
     const QString text = u'"' + shown(addressText(url)) + u'"';
     if (url.scheme() != "http"_L1 && url.scheme() != "https"_L1) {
         return text + u" is no address that begins with https:// or http://"_s;

@@ -31,6 +31,9 @@ namespace {
 
 constexpr auto kStandardInput = "-"_L1;
 
+/// A reply is held in memory, and a server may send without end.
+constexpr qint64 kUsualMegabytes = 2048;
+
 bool isGiven(const Invocation& invocation, const QString& option) {
     return !invocation.values(option).isEmpty();
 }
@@ -98,6 +101,18 @@ QString readTimeout(const Invocation& invocation, HttpRequest& request) {
         return u"--connect-timeout takes seconds from 0.001 to 86400, not \"%1\""_s.arg(shown(text));
     }
     request.connectTimeoutMs = static_cast<int>(std::lround(seconds * 1000));
+    return {};
+}
+
+QString readLimit(const Invocation& invocation, HttpRequest& request) {
+    constexpr qint64 kMostMegabytes = 1 << 20;
+    const QString text = invocation.value(u"limit"_s);
+    bool isNumber = false;
+    const qint64 megabytes = text.isNull() ? kUsualMegabytes : text.toLongLong(&isNumber);
+    if (!text.isNull() && (!isNumber || megabytes < 1 || megabytes > kMostMegabytes)) {
+        return u"--limit takes a number of MiB from 1 to 1048576, not \"%1\""_s.arg(shown(text));
+    }
+    request.maxReplyBytes = megabytes << 20;
     return {};
 }
 
@@ -204,9 +219,10 @@ std::optional<HttpRequest> requestOf(const Invocation& invocation, QString& prob
         problem = sentence;
         return sentence.isEmpty();
     };
-    if (!isFine(addressProblem(request.url)) || !isFine(misplacedOption(invocation, request.action)) ||
-        !isFine(addHeaders(invocation, request)) || !isFine(readUser(invocation, request)) ||
-        !isFine(readTimeout(invocation, request)) ||
+    if (!isFine(addressProblem(invocation.arguments().at(1))) ||
+        !isFine(misplacedOption(invocation, request.action)) || !isFine(addHeaders(invocation, request)) ||
+        !isFine(readUser(invocation, request)) || !isFine(readTimeout(invocation, request)) ||
+        !isFine(readLimit(invocation, request)) ||
         !isFine(addFields(invocation, u"field"_s, false, request)) ||
         !isFine(addFields(invocation, u"file"_s, true, request))) {
         return std::nullopt;
@@ -259,6 +275,7 @@ void send(const HttpRequest& request, VKHttp& http) {
     }
     http.setBasicAuthentication(request.user, request.password);
     http.setConnectTimeout(request.connectTimeoutMs);
+    http.setMaxReplyBytes(request.maxReplyBytes);
     http.setIgnoreSSLErrors(request.takesAnyHost);
     // The verbs answer 0 always: see VKHttp.
     if (request.action == "get"_L1) {

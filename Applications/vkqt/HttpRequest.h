@@ -39,6 +39,7 @@ struct HttpRequest {
     QString user;
     QString password;
     int connectTimeoutMs = 0;
+    qint64 maxReplyBytes = 0;
     bool takesAnyHost = false;
     bool hasBody = false;
     QByteArray body;

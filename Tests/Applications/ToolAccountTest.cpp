@@ -30,6 +30,8 @@ private Q_SLOTS:
     void neverTwo();
     void cannotKeepTheSession();
     void forgets();
+    void forgetsSessionsOnly_data();
+    void forgetsSessionsOnly();
     void catalogue();
     void languages_data();
     void languages();
@@ -180,6 +182,31 @@ void ToolAccountTest::forgets() {
     QVERIFY(run.out.contains("The service was not told"));
     QCOMPARE(entries(), QStringList());
     QCOMPARE(account(u"forget --session-file session"_s).status, 1);
+}
+
+void ToolAccountTest::forgetsSessionsOnly_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("isForgotten");
+    const QByteArray session = R"({"service":"http://127.0.0.1:1","session":"0123","name":"Dora"})";
+    QTest::newRow("a session") << session << 0600 << true;
+    QTest::newRow("one that others may read") << session << 0644 << true;
+    QTest::newRow("a photo") << QByteArray("\xff\xd8\xff\xe0photo") << 0600 << false;
+    QTest::newRow("other JSON") << QByteArray(R"({"name":"Dora"})") << 0600 << false;
+    QTest::newRow("empty") << QByteArray() << 0600 << false;
+}
+
+/// A name given by mistake is not removed.
+void ToolAccountTest::forgetsSessionsOnly() {
+    QFETCH(QByteArray, content);
+    QFETCH(int, mode);
+    QFETCH(bool, isForgotten);
+    write(content, static_cast<mode_t>(mode));
+    const ToolRun run = account(u"forget --session-file session"_s);
+    QCOMPARE(run.status, isForgotten ? 0 : 1);
+    QCOMPARE(entries(), isForgotten ? QStringList() : QStringList{u"session"_s});
+    QCOMPARE(run.err, isForgotten ? QByteArray()
+                                  : "vkqt account: " + mFolder.toUtf8() + "/session holds no session\n");
 }
 
 void ToolAccountTest::catalogue() {

@@ -50,6 +50,8 @@ private Q_SLOTS:
     void replyOnATerminal_data();
     void replyOnATerminal();
     void bytesForPrograms();
+    void replyLimit_data();
+    void replyLimit();
     void json();
     void jsonOfFailures();
     void interrupted_data();
@@ -416,6 +418,33 @@ void ToolHttpTest::bytesForPrograms() {
     QCOMPARE(http({u"get"_s, url()}).out, body);
 }
 
+void ToolHttpTest::replyLimit_data() {
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<bool>("isStated");
+    QTest::addColumn<int>("status");
+    for (const bool isStated : {true, false}) {
+        const QByteArray how = isStated ? "stated" : "until the end";
+        QTest::addRow("one below, %s", how.constData()) << (1 << 20) - 1 << isStated << 0;
+        QTest::addRow("the most, %s", how.constData()) << (1 << 20) << isStated << 0;
+        QTest::addRow("one above, %s", how.constData()) << (1 << 20) + 1 << isStated << 1;
+    }
+}
+
+void ToolHttpTest::replyLimit() {
+    QFETCH(int, bytes);
+    QFETCH(bool, isStated);
+    QFETCH(int, status);
+    const QByteArray body(bytes, 'x');
+    mServer->setHandler([body, isStated](const Request&) {
+        return isStated ? Reply::ok(body) : Reply::raw("HTTP/1.1 200 OK\r\n\r\n" + body).close();
+    });
+    const ToolRun run = http({u"get"_s, u"--limit"_s, u"1"_s, u"-o"_s, u"new"_s, url()});
+    QCOMPARE(run.status, status);
+    QCOMPARE(run.err,
+             status == 0 ? QByteArray() : sentence(u"/"_s, "the reply is longer than is allowed (--limit)"));
+    QCOMPARE(entries(), status == 0 ? QStringList{u"new"_s} : QStringList());
+}
+
 void ToolHttpTest::json() {
     mServer->reply(
         Reply::status("200 OK", "käse", "text/html", "ETag: \"1\"\r\nx-kind: other\r\nX-Not-Asked: 1\r\n"));
@@ -565,6 +594,12 @@ void ToolHttpTest::wrongLines_data() {
         "--connect-timeout takes seconds from 0.001 to 86400, not \"0\"");
     row("a long time", {u"get"_s, u"URL"_s, u"--connect-timeout"_s, u"86401"_s},
         "--connect-timeout takes seconds");
+    row("no limit", {u"get"_s, u"URL"_s, u"--limit"_s, u"0"_s},
+        "--limit takes a number of MiB from 1 to 1048576, not \"0\"");
+    row("no such limit", {u"get"_s, u"URL"_s, u"--limit"_s, u"1048577"_s}, "--limit takes a number of MiB");
+    row("half a limit", {u"get"_s, u"URL"_s, u"--limit"_s, u"0.5"_s}, "--limit takes a number of MiB");
+    row("no such port", {u"get"_s, u"http://127.0.0.1:99999/"_s},
+        "\"http://127.0.0.1:99999/\" is malformed as an address");
     row("not a time", {u"get"_s, u"URL"_s, u"--connect-timeout"_s, u"nan"_s},
         "--connect-timeout takes seconds");
 }

@@ -115,7 +115,7 @@ bool isThisMachine(const QString& host) {
 /// The base URL without its trailing slash; nothing, and why, for what is none or would show the password on its way.
 std::optional<QString> serviceOf(const QString& text, QString& problem) {
     const QUrl url(text);
-    problem = addressProblem(url);
+    problem = addressProblem(text);
     if (!problem.isEmpty()) {
         return std::nullopt;
     }
@@ -229,6 +229,14 @@ int logOut(Invocation& invocation) {
 
 int forget(Invocation& invocation) {
     const VKQtPath file = sessionFile(invocation);
+    if (!invocation.values(u"session-file"_s).isEmpty()) {
+        // A name that was given by mistake may be that of a photo.
+        AccountSession session;
+        const VKStatus status = readSession(file, session, Privacy::Ignored);
+        if (status != kVKStatusSuccess) {
+            return sayFileProblem(file, status);
+        }
+    }
     if (const VKStatus status = removeSession(file); status != kVKStatusSuccess) {
         return sayFileProblem(file, status);
     }

@@ -109,7 +109,7 @@ std::optional<QString> textOf(const QByteArray& body) {
 QJsonObject toJson(const Exchange& exchange, const QString& file) {
     const std::optional<QString> text = file.isNull() ? textOf(exchange.body) : std::nullopt;
     const QString reason = exchange.reason();
-    const bool hasReply = exchange.error == 0;
+    const bool hasReply = exchange.error == 0 && exchange.httpStatus != 0;
     return {{u"url"_s, addressText(exchange.request.url)},
             {u"status"_s, hasReply ? QJsonValue(exchange.httpStatus) : QJsonValue()},
             {u"contentType"_s, hasReply ? QJsonValue(exchange.contentType) : QJsonValue()},
@@ -205,8 +205,9 @@ int run(Invocation& invocation) {
         }
     }
     Results results(invocation);
-    results.add(toJson(exchange, file));
-    if (!results.isJson() && target->text.isNull()) {
+    if (results.isJson()) {
+        results.add(toJson(exchange, file));
+    } else if (target->text.isNull()) {
         writeBody(exchange, invocation);
     } else if (!file.isNull()) {
         results.say(u"%1 to %2 in %3 s"_s.arg(
@@ -279,6 +280,10 @@ const Registration kRegistration({
              .form = OptionSpec::Value,
              .valueName = u"SECONDS"_s,
              .help = u"How long connecting may take, finding the host included; five minutes otherwise."_s},
+            {.name = u"limit"_s,
+             .form = OptionSpec::Value,
+             .valueName = u"MIB"_s,
+             .help = u"How long the body of the reply may be; 2048 MiB otherwise."_s},
             {.name = u"any-host"_s, .help = u"Take a trusted certificate that was made for another host."_s},
             {.name = u"reply-header"_s,
              .form = OptionSpec::Value,
