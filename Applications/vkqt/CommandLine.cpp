@@ -106,6 +106,10 @@ QString decodeBytes(QByteArrayView bytes) {
 QString absoluteText(const QString& text, const QString& workingFolder) {
     QStringList kept;
     if (!text.startsWith(u'/')) {
+        // Not below the root, where another item may have the name.
+        if (!workingFolder.startsWith(u'/')) {
+            return QString();
+        }
         kept = workingFolder.split(u'/', Qt::SkipEmptyParts);
     }
     bool leading = true;

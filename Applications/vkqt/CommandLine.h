@@ -23,6 +23,8 @@ namespace VKTool {
 ///
 ///     "a.jpg" -> "/trip/a.jpg"     "./a/" -> "/trip/a/"      "" -> "/trip"
 ///     "../x"  -> "/x"              "a/../b" -> "/trip/a/../b"
+///
+/// Without a working folder, as when it was deleted, a relative text has none: empty.
 [[nodiscard]] QString absoluteText(const QString& text, const QString& workingFolder);
 
 /// The text of the working folder; empty when it cannot be told.

@@ -39,7 +39,8 @@ QJsonValue errorMember(VKStatus status) {
 }
 
 VKQtPath absolutePath(const QString& text, bool isFolder) {
-    return VKQtPath(absoluteText(text, workingFolder()), isFolder);
+    // An empty text, as of a shell's variable that nobody set, is not the working folder.
+    return VKQtPath(text.isEmpty() ? QString() : absoluteText(text, workingFolder()), isFolder);
 }
 
 VKCFRef<CFURLRef> urlOf(const QString& text, bool isFolder) {

@@ -97,6 +97,8 @@ void ToolCopyTest::refused_data() {
         QTest::newRow(name) << arguments << status << QByteArray(words);
     };
     row("missing source", {u"gone"_s, u"copy"_s}, 1, "vkqt cp: gone: no such file or folder\n");
+    row("empty source", {QString(u""_s), u"copy"_s}, 1, "vkqt cp: \"\": not a path\n");
+    row("empty destination", {u"album"_s, QString(u""_s)}, 1, "vkqt cp: \"\": not a path\n");
     row("no destination", {u"album"_s}, 2, "it needs TO");
     row("file over a file", {u"file"_s, u"other"_s}, 1, "file exists");
     row("file over a folder", {u"file"_s, u"album"_s}, 1, "file exists");

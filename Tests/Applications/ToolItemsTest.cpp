@@ -18,6 +18,10 @@ private Q_SLOTS:
 
     void everyDocumentedKey_data();
     void everyDocumentedKey();
+    void emptyText_data();
+    void emptyText();
+    void deletedWorkingFolder_data();
+    void deletedWorkingFolder();
     void makeFolders();
     void remove();
     void removeRefuses();
@@ -91,6 +95,51 @@ void ToolItemsTest::everyDocumentedKey() {
         QVERIFY2(help.indexOf(QByteArray("\n  " + key.toUtf8() + ' '), keys) > 0, qPrintable(key));
     }
     QCOMPARE(help.sliced(keys).contains("error"), object.contains(u"error"_s));
+}
+
+void ToolItemsTest::emptyText_data() {
+    QTest::addColumn<QStringList>("arguments");
+    const QString none = u""_s; // as "$VARIABLE" that nobody set
+    QTest::newRow("mkdir") << QStringList{u"mkdir"_s, none};
+    QTest::newRow("rm") << QStringList{u"rm"_s, u"--recursive"_s, none};
+    QTest::newRow("mv, the source") << QStringList{u"mv"_s, none, u"new"_s};
+    QTest::newRow("mv, the target") << QStringList{u"mv"_s, u"a.jpg"_s, none};
+    QTest::newRow("unique") << QStringList{u"unique"_s, none};
+    QTest::newRow("unique with a word") << QStringList{u"unique"_s, u"--word"_s, u"Kopie"_s, none};
+    QTest::newRow("stat") << QStringList{u"stat"_s, none};
+    QTest::newRow("free") << QStringList{u"free"_s, none};
+}
+
+void ToolItemsTest::emptyText() {
+    QFETCH(QStringList, arguments);
+    const QByteArrayList before = names();
+    const ToolRun result = run(arguments);
+    QCOMPARE(result.err, "vkqt " + arguments.first().toUtf8() + ": \"\": not a path\n");
+    QCOMPARE(result.out, QByteArray());
+    QCOMPARE(result.status, 1);
+    QCOMPARE(names(), before);
+}
+
+void ToolItemsTest::deletedWorkingFolder_data() {
+    QTest::addColumn<QString>("command");
+    QTest::newRow("stat") << u"stat ."_s;
+    QTest::newRow("free") << u"free ."_s;
+    QTest::newRow("unique") << u"unique tmp"_s;
+    QTest::newRow("ls") << u"ls ."_s;
+    QTest::newRow("trashed") << u"trashed ."_s;
+    QTest::newRow("cp") << u"cp etc/hostname \"$keep/new\""_s;
+}
+
+void ToolItemsTest::deletedWorkingFolder() {
+    QFETCH(QString, command);
+    // The root is there, and has these, but it is not meant.
+    const ToolRun result =
+        runShell(u"keep=$PWD; mkdir gone; cd gone; rmdir ../gone; \"$VKQT\" "_s + command, mFolder);
+    const QByteArray words = "vkqt " + command.section(u' ', 0, 1).replace(u' ', u": "_s).toUtf8();
+    QVERIFY2(result.err.startsWith(words), result.err);
+    QCOMPARE(result.out, QByteArray());
+    QCOMPARE(result.status, 1);
+    QVERIFY(!names().contains("new"));
 }
 
 void ToolItemsTest::makeFolders() {

@@ -40,6 +40,7 @@ private Q_SLOTS:
     void nearest();
     void absolute_data();
     void absolute();
+    void absoluteWithoutAWorkingFolder();
     void decoding_data();
     void decoding();
 };
@@ -306,6 +307,14 @@ void ToolTextTest::absolute() {
     QFETCH(QString, expected);
     QCOMPARE(absoluteText(text, folder), expected);
     QCOMPARE(absoluteText(expected, u"/elsewhere"_s), expected);
+}
+
+void ToolTextTest::absoluteWithoutAWorkingFolder() {
+    for (const QString& text : {u"home"_s, u"./home"_s, u"../home"_s, u"."_s, u""_s}) {
+        QCOMPARE(absoluteText(text, QString()), QString());
+        QCOMPARE(absoluteText(text, u"(unreachable)/trip"_s), QString());
+    }
+    QCOMPARE(absoluteText(u"/home"_s, QString()), u"/home"_s);
 }
 
 void ToolTextTest::decoding_data() {

@@ -123,15 +123,16 @@ void tellFailure(Invocation& invocation, const QString& subject, VKStatus status
 }
 
 int run(Invocation& invocation) {
-    const QString fromText = absoluteText(invocation.arguments().at(0), workingFolder());
-    const QString toText = absoluteText(invocation.arguments().at(1), workingFolder());
+    const QString fromText = absolutePath(invocation.arguments().at(0), false).path();
     const ItemFacts source = askDisk(fromText);
     // A link is copied as a link, also one to a folder.
     const bool isFolder = source.isFolder && !source.isLink;
     VKQtPath from(fromText, isFolder);
-    VKQtPath to(toText, isFolder);
+    VKQtPath to = absolutePath(invocation.arguments().at(1), isFolder);
     VKStatus status = source.status;
-    if (status == kVKStatusSuccess) {
+    if (status == kVKStatusSuccess && to.path().isEmpty()) {
+        status = kVKStatusNotConvertible;
+    } else if (status == kVKStatusSuccess) {
         if (const QString reason = refusal(from, to); !reason.isEmpty()) {
             return invocation.usageError(reason);
         }

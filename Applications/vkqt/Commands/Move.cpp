@@ -121,6 +121,10 @@ int run(Invocation& invocation) {
         return invocation.usageError(u"it needs a SOURCE and a TARGET"_s);
     }
     const Target target = targetOf(sources.takeLast());
+    if (target.text.isEmpty()) {
+        invocation.fail(target.text, kVKStatusNotConvertible);
+        return invocation.exitStatus();
+    }
     if (sources.size() > 1 && !target.isFolder) {
         return invocation.usageError(u"several items need a folder that is there as the TARGET"_s);
     }

@@ -26,7 +26,7 @@ struct Facts {
 
 Facts factsOf(const QString& text) {
     Facts facts;
-    facts.item = askDisk(text);
+    facts.item = askDisk(absolutePath(text, false).path());
     facts.path = absolutePath(text, facts.item.isFolder && !facts.item.isLink);
     if (facts.item.status != kVKStatusSuccess) {
         return facts;
