@@ -22,8 +22,7 @@ enum class CopyOwner : std::uint8_t {
 };
 
 /// A copy for the user is CopyRules(); one that replaces its source, as of a move to another file system, is
-/// {CopyFlush::ToDisk, CopyOwner::Keep}: that one also reads the source to its end, however long it grew, and
-/// fails with EBUSY when the source changed meanwhile.
+/// {CopyFlush::ToDisk, CopyOwner::Keep}: that one fails with EBUSY when the source changed meanwhile.
 struct CopyRules {
     CopyFlush flush = CopyFlush::Leave;
     CopyOwner owner = CopyOwner::Mine;
@@ -44,7 +43,8 @@ public:
 
 /// Copies a file or a link (as a link, whatever it names) to a name that does not exist. `watcher` may be
 /// null. EEXIST when the destination exists (nothing is touched), EISDIR for a folder, EOPNOTSUPP for a fifo,
-/// socket or device. Mode, attributes and times that the destination's file system cannot keep are left out.
+/// socket or device. Mode, attributes and times that the destination's file system cannot keep are left out, and
+/// so is an attribute that is too long for it.
 ///
 /// Extents are shared where the file system can, otherwise the kernel copies, otherwise this process. A file
 /// has no name until it is complete, so that even a killed process leaves none. Where the file system cannot do
@@ -61,10 +61,12 @@ public:
 [[nodiscard]] bool isCopiedAttribute(QByteArrayView name);
 
 /// How many bytes are copied before the watcher is asked again, from the last number and how long it took:
-/// about 20 ms worth, in powers of two from kSmallestCopyStep to kLargestCopyStep.
+/// about 20 ms worth, in powers of two from kSmallestCopyStep to kLargestCopyStep. That one is so small because a
+/// disk slows down without notice, when the memory before it is full: the step at hand then still takes under
+/// 100 ms at 25 MB/s.
 inline constexpr std::size_t kSmallestCopyStep = std::size_t{64} * 1024;
 inline constexpr std::size_t kFirstCopyStep = std::size_t{1024} * 1024;
-inline constexpr std::size_t kLargestCopyStep = std::size_t{16} * 1024 * 1024;
+inline constexpr std::size_t kLargestCopyStep = std::size_t{2} * 1024 * 1024;
 [[nodiscard]] std::size_t nextCopyStep(std::size_t step, std::int64_t nanoseconds);
 
 /// The mode of a copy. `sameOwner`: owner and group of the copy are those of the source.

@@ -75,7 +75,8 @@ public:
     /// On two threads where that helps; both have ended when it returns. EEXIST when a name is taken.
     [[nodiscard]] int copyItems();
 
-    /// Gives the folders that were made their modes, times and attributes, last ones first.
+    /// Gives the folders that were made their modes, times and attributes, last ones first. After a failure their
+    /// modes are those of unfinished ones again, so that the caller can remove what is in them.
     [[nodiscard]] int finishFolders();
 
 private:

@@ -80,8 +80,9 @@ VKCORE_EXPORT VKStatus VKFileMgrDeleteFolder(CFURLRef url);
 VKCORE_EXPORT VKStatus VKFileMgrDeleteFile(CFURLRef url);
 
 /// Copies one file: content with its holes, times to the nanosecond, mode, access lists and user attributes,
-/// by sharing extents where the file system can. A link is copied as a link. The final name appears only when
-/// the content is whole. 17 when the destination exists (it stays as it is), 21 for a folder, 95 for a fifo,
+/// by sharing extents where the file system can. What the destination's file system cannot keep, an attribute that
+/// is too long for it included, is left out. A link is copied as a link. The final name appears only when the content
+/// is whole. 17 when the destination exists (it stays as it is), 21 for a folder, 95 for a fifo,
 /// socket or device.
 VKCORE_EXPORT VKStatus VKFileMgrCopyFile(CFURLRef from, CFURLRef to);
 

@@ -307,6 +307,19 @@ void FileCopyFaultTest::flushes() {
         QCOMPARE(copyFile(at("a"), at("c"), kFlushed, nullptr), 0);
     }
     QCOMPARE(Faults::countedCalls(), 2); // the file, then its name in the folder
+    // A large one goes to the disk bit by bit, and a failure of that is never passed over.
+    Disk::makeFile(at("large"), contentOfSize(qint64(40) << 20));
+    const ClosedWays ways(kCloning);
+    {
+        const Faults::Armed counting(Faults::kFlushes, -1, 0);
+        QCOMPARE(copyFile(at("large"), at("large copy"), kFlushed, nullptr), 0);
+    }
+    QCOMPARE(Faults::countedCalls(), 4);
+    for (int number = 0; number < 4; ++number) {
+        const Faults::Armed failing(Faults::kFlushes, number, EIO);
+        QCOMPARE(copyFile(at("large"), at("none"), kFlushed, nullptr), EIO);
+        QVERIFY(!Disk::exists(at("none")));
+    }
     const Faults::Unsupported noFlush("fsync", EINVAL);
     QCOMPARE(copyFile(at("a"), at("d"), kFlushed, nullptr), 0);
 }

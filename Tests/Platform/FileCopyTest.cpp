@@ -21,6 +21,7 @@ private Q_SLOTS:
     void steps_data();
     void steps();
     void stepsFollowTheSpeed();
+    void stepOfADiskThatBecomesSlow();
     void modes_data();
     void modes();
 
@@ -33,6 +34,8 @@ private Q_SLOTS:
     void holes_data();
     void holes();
     void largeAttributes();
+    void attributesTooLongForTheTarget();
+    void attributesOnAFullDisk();
     void accessLists();
     void listsOfTheFolderAreNotTheCopys();
     void setUserBits();
@@ -125,6 +128,15 @@ void FileCopyTest::stepsFollowTheSpeed() {
         }
         QVERIFY2(double(step) / bytesPerSecond < 0.1, qPrintable(QString::number(bytesPerSecond)));
     }
+}
+
+void FileCopyTest::stepOfADiskThatBecomesSlow() {
+    // Fast as long as there is memory to write to, then as fast as a card: the step at hand is not asked again.
+    std::size_t step = kFirstCopyStep;
+    for (int i = 0; i < 20; ++i) {
+        step = nextCopyStep(step, 0);
+    }
+    QVERIFY(double(step) / 25e6 < 0.1);
 }
 
 void FileCopyTest::modes_data() {
@@ -237,6 +249,48 @@ void FileCopyTest::largeAttributes() {
     QCOMPARE(copyFile(at("a"), at("b"), {}, nullptr), 0);
     QCOMPARE(Disk::attributesOf(at("b")), Disk::attributesOf(at("a")));
     QCOMPARE(Disk::attributesOf(at("b")).count(','), qsizetype(kept)); // and the one of every photo here
+}
+
+void FileCopyTest::attributesTooLongForTheTarget() {
+    VKTEST_NEEDS(mSystems.has("xfs") && mSystems.has("ext4"),
+                 "root, loop devices and the file system's tools");
+    const QByteArray source = mSystems.newFolder("xfs") + "/a.jpg";
+    const QByteArray folder = mSystems.newFolder("ext4");
+    makePhoto(source, 1000);
+    QVERIFY(Disk::setAttribute(source, "user.large", QByteArray(10'000, 'v')));
+    QVERIFY(Disk::setAttribute(source, "user.title", "Dawn"));
+    for (const CopyRules rules : {CopyRules(), CopyRules{CopyFlush::ToDisk, CopyOwner::Keep}}) {
+        QCOMPARE(copyFile(source, folder + "/b.jpg", rules, nullptr), 0);
+        const QByteArray kept = Disk::attributesOf(folder + "/b.jpg");
+        QVERIFY2(kept.contains("user.rating") && kept.contains("user.title"), kept);
+        QVERIFY2(!kept.contains("user.large"), kept);
+        const unsigned parts = Disk::kKindAndContent | Disk::kModes | Disk::kTimes;
+        QCOMPARE(Disk::recordOf(folder + "/b.jpg", parts), Disk::recordOf(source, parts));
+        QCOMPARE(::unlink(Disk::text(folder + "/b.jpg")), 0);
+    }
+}
+
+void FileCopyTest::attributesOnAFullDisk() {
+    VKTEST_NEEDS(mSystems.has("xfs") && mSystems.has("ext4"),
+                 "root, loop devices and the file system's tools");
+    const QByteArray source = mSystems.newFolder("xfs") + "/a.jpg";
+    const QByteArray folder = mSystems.newFolder("ext4");
+    makePhoto(source, 0);
+    QVERIFY(Disk::setAttribute(source, "user.long", QByteArray(700, 'v')));
+    QCOMPARE(copyFile(source, folder + "/fits", {}, nullptr), 0);
+    QVERIFY(Disk::attributesOf(folder + "/fits").contains("user.long"));
+    const int filler = ::open(Disk::text(folder + "/filler"), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const QByteArray block(1024, 'x');
+    for (int flushes = 0; flushes < 3; ++flushes) { // what was set aside for writing becomes free by storing
+        while (::write(filler, block.constData(), 1024) == 1024) {
+        }
+        QCOMPARE(::fsync(filler), 0);
+    }
+    QCOMPARE(::close(filler), 0);
+    // This one would fit, if there were room. Equal attributes would share their block.
+    QVERIFY(Disk::setAttribute(source, "user.long", QByteArray(700, 'w')));
+    QCOMPARE(copyFile(source, folder + "/b.jpg", {}, nullptr), ENOSPC);
+    QCOMPARE(Disk::namesIn(folder), (QByteArrayList{"filler", "fits"}));
 }
 
 void FileCopyTest::accessLists() {

@@ -3,6 +3,7 @@
 #include "Platform/TreeCopy.h"
 
 #include "Platform/CopyTestSupport.h"
+#include "Platform/FileRemoval.h"
 
 #include <atomic>
 #include <thread>
@@ -30,7 +31,9 @@ public:
         bytes = more;
         return 0;
     }
-    [[nodiscard]] bool isCancelled() const override { return cancelled; }
+    [[nodiscard]] bool isCancelled() const override {
+        return cancelled || (checksUntilCancelled > 0 && --checksUntilCancelled == 0);
+    }
 
     /// Each number once, in order, on this thread.
     [[nodiscard]] bool isInOrder() const { return mRightThread && isCounted(folders) && isCounted(items); }
@@ -41,6 +44,7 @@ public:
     std::size_t endAtFolder = 0;
     std::size_t endAtItem = 0;
     std::atomic<bool> cancelled = false;
+    mutable int checksUntilCancelled = 0; ///< 0: never
 
 private:
     static bool isCounted(const std::vector<std::size_t>& numbers) {
@@ -102,6 +106,7 @@ private Q_SLOTS:
     void existingNamesInTheTarget();
     void deepTree();
     void unreadableFolder();
+    void whatIsLeftCanBeRemoved();
     void names_data();
     void names();
     void watcherEndsIt_data();
@@ -420,6 +425,46 @@ void TreeCopyTest::unreadableFolder() {
              }),
              EACCES);
     QVERIFY(!Disk::exists(at("copy")));
+}
+
+void TreeCopyTest::whatIsLeftCanBeRemoved() {
+    VKTEST_NEEDS(Disk::isRoot(), "root, to become another user, whom modes bind");
+    Disk::openForOthers(mRoot);
+    QCOMPARE(::chmod(mRoot.constData(), 0777), 0);
+    Disk::makeFolder(at("from"));
+    Disk::makeFolder(at("from/open"));
+    Disk::makeFolder(at("from/read-only"));
+    Disk::makeFolder(at("from/read-only/deep"));
+    Disk::makeFile(at("from/read-only/a.jpg"), "a");
+    Disk::makeFile(at("from/read-only/deep/b.jpg"), "b");
+    for (const char* folder : {"from/read-only/deep", "from/read-only"}) {
+        QCOMPARE(::chmod(at(folder).constData(), 0555), 0);
+    }
+    const QByteArray from = at("from");
+    const QByteArray to = at("to");
+    const int result = Disk::asOtherUser([&] {
+        Recorder recorder;
+        TreeCopy copy(TreeScope::Shown, {}, recorder);
+        int error = copy.scan(from, false);
+        if (error == 0) {
+            error = ::mkdir(to.constData(), 0700) == 0 ? copy.openTarget(to, true) : errno;
+        }
+        if (error == 0) {
+            error = copy.makeFolders();
+        }
+        if (error == 0) {
+            error = copy.copyItems();
+        }
+        if (error != 0) {
+            return error;
+        }
+        // Two folders are finished by then.
+        recorder.checksUntilCancelled = 2;
+        error = copy.finishFolders();
+        return error == ECANCELED ? removeTree(to) : 255;
+    });
+    QCOMPARE(result, 0);
+    QVERIFY(!Disk::exists(to));
 }
 
 void TreeCopyTest::names_data() { addNameRows(); }

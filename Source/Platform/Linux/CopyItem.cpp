@@ -19,6 +19,30 @@ bool isSame(const struct stat& before, const struct stat& now) {
            before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
 }
 
+/// Flushes what has come together: at the end it would all have to go to the disk at once, where nobody who cancels
+/// is heard.
+class FlushingWatcher final : public CopyWatcher {
+public:
+    FlushingWatcher(int file, CopyWatcher* watcher) : mFile(file), mWatcher(watcher) {}
+
+    int copied(std::uint64_t bytes) override {
+        if (const int answer = mWatcher == nullptr ? 0 : mWatcher->copied(bytes); answer != 0) {
+            return answer;
+        }
+        mWaiting += bytes;
+        if (mWaiting < kFlushEveryBytes) {
+            return 0;
+        }
+        mWaiting = 0;
+        return flushToDisk(mFile);
+    }
+
+private:
+    int mFile;
+    CopyWatcher* mWatcher;
+    std::uint64_t mWaiting = 0;
+};
+
 } // namespace
 
 int openSource(int folder, const char* name, CopySource& out) {
@@ -41,7 +65,9 @@ int openSource(int folder, const char* name, CopySource& out) {
 int copyInto(ContentCopier& copier, const CopySource& source, const CopyTarget& target, CopyRules rules,
              CopyWatcher* watcher) {
     const int to = target.file.get();
-    if (const int error = copier.copy(source.file, source.record, target.file, target.device, watcher);
+    FlushingWatcher flushing(to, watcher);
+    CopyWatcher* const follower = rules.flush == CopyFlush::ToDisk ? &flushing : watcher;
+    if (const int error = copier.copy(source.file, source.record, target.file, target.device, follower);
         error != 0) {
         return error;
     }

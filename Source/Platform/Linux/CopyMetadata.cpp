@@ -2,12 +2,16 @@
 // mode; the times last, because everything before may touch them.
 #include "Platform/Linux/CopyMetadata.h"
 
+#include "Platform/FileSpace.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -48,11 +52,37 @@ int readGrowing(Read read, QByteArray& out) {
     return 0;
 }
 
-int setAttribute(int file, const Attribute& attribute) {
+qsizetype bytesOf(const std::vector<Attribute>& attributes) {
+    qsizetype bytes = 0;
+    for (const Attribute& attribute : attributes) {
+        bytes += attribute.name.size() + attribute.value.size();
+    }
+    return bytes;
+}
+
+/// ENOSPC has two meanings. Some file systems give an item one block for all its attributes and say the same when
+/// that is full as when the disk is.
+bool isTheItemFull(int file, const std::vector<Attribute>& attributes) {
+    constexpr qsizetype kFitEverywhere = 512;
+    constexpr std::uint64_t kRoom = std::uint64_t{1} << 20;
+    struct statvfs record;
+    return bytesOf(attributes) > kFitEverywhere && ::fstatvfs(file, &record) == 0 &&
+           bytesOfBlocks(record.f_bavail, record.f_frsize) >= kRoom;
+}
+
+int setAttribute(int file, const Attribute& attribute, const std::vector<Attribute>& all) {
     const int result = ::fsetxattr(file, attribute.name.constData(), attribute.value.constData(),
                                    static_cast<std::size_t>(attribute.value.size()), 0);
+    if (result == 0) {
+        return 0;
+    }
+    const int error = errno;
     // EINVAL: a list that names users whom this namespace does not know.
-    return result != 0 && errno == EINVAL ? 0 : unlessItCannotKeep(result);
+    if (error == EINVAL || cannotKeep(error)) {
+        return 0;
+    }
+    const bool isTooLong = error == E2BIG || error == ERANGE || (error == ENOSPC && isTheItemFull(file, all));
+    return isTooLong && attribute.name.startsWith("user.") ? 0 : error;
 }
 
 bool contains(const std::vector<Attribute>& attributes, const char* name) {
@@ -121,7 +151,7 @@ int setAttributes(int file, const std::vector<Attribute>& attributes, InheritedL
         }
     }
     for (const Attribute& attribute : attributes) {
-        if (const int error = setAttribute(file, attribute); error != 0) {
+        if (const int error = setAttribute(file, attribute, attributes); error != 0) {
             return error;
         }
     }

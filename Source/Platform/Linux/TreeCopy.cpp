@@ -48,6 +48,7 @@ struct TreeCopy::State {
     [[nodiscard]] int look(const FolderListing::Entry& found, ListedEntry& entry);
     [[nodiscard]] int makeFolder(FolderWalk& walk, std::uint32_t number);
     [[nodiscard]] int finishFolder(FolderWalk& walk, std::uint32_t number) const;
+    void openFoldersAgain(std::uint32_t first) const;
 
     const TreeScope scope;
     const CopyRules rules;
@@ -221,11 +222,13 @@ int TreeCopy::finishFolders() {
         if (!mState->table.folders[number].isMade) {
             continue;
         }
-        if (const int error = mState->finishFolder(walk, number); error != 0) {
-            return error;
+        int error = mState->finishFolder(walk, number);
+        if (error == 0 && mState->watcher.isCancelled()) {
+            error = ECANCELED;
         }
-        if (mState->watcher.isCancelled()) {
-            return ECANCELED;
+        if (error != 0) {
+            mState->openFoldersAgain(number);
+            return error;
         }
     }
     return 0;
@@ -244,6 +247,18 @@ int TreeCopy::State::finishFolder(FolderWalk& walk, std::uint32_t number) const 
         return error;
     }
     return rules.flush == CopyFlush::ToDisk ? flushToDisk(folder.get()) : 0;
+}
+
+/// Who cleans up has to get into the folders that have their modes already. Those above come first.
+void TreeCopy::State::openFoldersAgain(std::uint32_t first) const {
+    FolderWalk walk(table, target, O_PATH);
+    for (std::uint32_t number = first; number < table.folders.size(); ++number) {
+        const int place = table.folders[number].isMade ? walk.open(number) : -1;
+        if (place >= 0) {
+            const QByteArray path = "/proc/self/fd/" + QByteArray::number(place);
+            ::chmod(path.constData(), kUnfinishedMode);
+        }
+    }
 }
 
 namespace {
