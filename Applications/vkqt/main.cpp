@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <unistd.h>
 
 namespace {
@@ -114,7 +115,12 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     const QStringList arguments = decodeArguments(argc, argv);
     Output output(STDOUT_FILENO);
-    int status = run(arguments, {argc, argv}, output);
+    int status = kExitFailed;
+    try {
+        status = run(arguments, {argc, argv}, output);
+    } catch (const std::bad_alloc&) {
+        complain(u": there is not enough memory"_s);
+    }
     const int error = writable ? output.finish() : EBADF;
     if (error != 0 && status != kExitUsage) {
         complain(u": the output could not be written: "_s + reasonOf(static_cast<VKStatus>(error)));

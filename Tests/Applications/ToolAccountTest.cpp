@@ -49,6 +49,8 @@ private Q_SLOTS:
     void interrupted();
     void badSessionFiles_data();
     void badSessionFiles();
+    void unusableAuthFiles_data();
+    void unusableAuthFiles();
     void sessionFileLimit_data();
     void sessionFileLimit();
     void verbose();
@@ -459,6 +461,27 @@ void ToolAccountTest::badSessionFiles() {
     QCOMPARE(entries(), QStringList{u"session"_s});
 }
 
+void ToolAccountTest::unusableAuthFiles_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("reason");
+    const QByteArray noText = "session holds no text that a service could know";
+    QTest::newRow("empty") << QByteArray() << noText;
+    QTest::newRow("blanks only") << QByteArray(" \n") << noText;
+    QTest::newRow("not UTF-8") << QByteArray("\xff\xfe") << noText;
+    QTest::newRow("too long") << QByteArray(4097, 'x') << QByteArray("session: file too large");
+}
+
+/// The service is not asked, and not blamed.
+void ToolAccountTest::unusableAuthFiles() {
+    QFETCH(QByteArray, content);
+    QFETCH(QByteArray, reason);
+    write(content);
+    const ToolRun run = account(u"products --auth-file session --service "_s + mService->url());
+    QCOMPARE(run.status, 1);
+    QCOMPARE(run.out, QByteArray());
+    QCOMPARE(run.err, "vkqt account: " + reason + '\n');
+}
+
 void ToolAccountTest::sessionFileLimit_data() {
     QTest::addColumn<int>("bytes");
     QTest::addColumn<bool>("isTaken");
@@ -495,6 +518,7 @@ void ToolAccountTest::wrongLines_data() {
     row("unknown action", u"signin"_s,
         "\"signin\" is not one of the choices for ACTION: login, logout, products, forget");
     row("no e-mail", u"login --service https://x"_s, "login takes an E-MAIL");
+    row("empty e-mail", u"login '' --service https://x"_s, "login takes an E-MAIL");
     row("e-mail for logout", u"logout me@x"_s, "logout takes nothing");
     row("no service", u"login me@x"_s, "--service URL is needed: there is no built-in service");
     row("service for logout", u"logout --service https://x"_s, "the service is the one of the login");

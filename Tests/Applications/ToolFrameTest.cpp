@@ -1,6 +1,7 @@
 // What every command shares: help, versions, wrong command lines, colours, and output that cannot be written.
 #include "ToolRunner.h"
 
+#include "Support/AllocationCounter.h"
 #include "Support/VKTest.h"
 
 #include <QRegularExpression>
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void fullDisk();
     void closedOutput();
     void closedError();
+    void noMemory();
 
 private:
     QString mFolder;
@@ -105,13 +107,21 @@ void ToolFrameTest::commandHelp_data() {
     QTest::newRow("graphics") << u"graphics"_s
                               << common + QStringList{u"--here"_s, u"--timeout SECONDS"_s, u"--json"_s};
     QTest::newRow("http") << u"http"_s
-                          << common + QStringList{u"--header LINE"_s,     u"--user NAME"_s,
-                                                  u"--data TEXT"_s,       u"--data-file FILE"_s,
-                                                  u"--field NAME=TEXT"_s, u"--file NAME=FILE"_s,
-                                                  u"--parts"_s,           u"-o, --output FILE"_s,
-                                                  u"--overwrite"_s,       u"--connect-timeout SECONDS"_s,
-                                                  u"--any-host"_s,        u"--reply-header NAME"_s,
-                                                  u"--[no-]progress"_s,   u"--json"_s};
+                          << common + QStringList{u"--header LINE"_s,
+                                                  u"--user NAME"_s,
+                                                  u"--data TEXT"_s,
+                                                  u"--data-file FILE"_s,
+                                                  u"--field NAME=TEXT"_s,
+                                                  u"--file NAME=FILE"_s,
+                                                  u"--parts"_s,
+                                                  u"-o, --output FILE"_s,
+                                                  u"--overwrite"_s,
+                                                  u"--connect-timeout SECONDS"_s,
+                                                  u"--limit MiB"_s,
+                                                  u"--any-host"_s,
+                                                  u"--reply-header NAME"_s,
+                                                  u"--[no-]progress"_s,
+                                                  u"--json"_s};
     QTest::newRow("mkdir") << u"mkdir"_s << common + QStringList(u"--json"_s);
     QTest::newRow("mv") << u"mv"_s << common + QStringList{u"--unique"_s, u"--json"_s};
     QTest::newRow("restore") << u"restore"_s << common + QStringList{u"--to PLACE"_s, u"--json"_s};
@@ -344,6 +354,17 @@ void ToolFrameTest::closedOutput() {
 void ToolFrameTest::closedError() {
     const ToolRun run = runShell(u"\"$VKQT\" ls --names . nope 2>&-; echo $?"_s, mFolder);
     QCOMPARE(run.out, QByteArray("a.jpg\nclip.mov\nsub\n1\n"));
+}
+
+/// A sentence and an exit status, no crash.
+void ToolFrameTest::noMemory() {
+    VKTEST_NEEDS_ALLOCATION_COUNTS();
+    const ToolRun run = runShell(u"ulimit -v 400000; exec \"$VKQT\" http post --data-file - "
+                                 "http://127.0.0.1:1/ </dev/zero"_s,
+                                 mFolder);
+    QCOMPARE(run.err, QByteArray("vkqt: there is not enough memory\n"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(run.out, QByteArray());
 }
 
 VKTEST_MAIN(ToolFrameTest)

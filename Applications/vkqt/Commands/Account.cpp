@@ -19,6 +19,7 @@
 
 #include <QCryptographicHash>
 #include <QLocale>
+#include <QStringDecoder>
 #include <QSysInfo>
 
 #include <arpa/inet.h>
@@ -141,6 +142,9 @@ QString machineIdentifier() {
 }
 
 int logIn(Invocation& invocation) {
+    if (invocation.arguments().at(1).isEmpty()) {
+        return invocation.usageError(u"login takes an E-MAIL"_s);
+    }
     QString problem;
     const std::optional<QString> service = serviceOf(invocation.value(u"service"_s), problem);
     if (!service.has_value()) {
@@ -247,16 +251,21 @@ int forget(Invocation& invocation) {
     return kExitFine;
 }
 
-/// What an installation says instead of a session; nothing after a complaint.
-std::optional<QString> authOf(Invocation& invocation, const QString& file) {
+/// What an installation says instead of a session; an exit status after a complaint.
+std::optional<int> readAuth(Invocation& invocation, const QString& file, QString& auth) {
     VKCFRef<CFDataRef> data;
     const VKStatus status =
         VKFileMgrGetFileContentsWithLimitCopy(urlOf(file, false).get(), kMostAuthBytes, data.out());
     if (status != kVKStatusSuccess) {
         invocation.fail(file, status);
-        return std::nullopt;
+        return invocation.exitStatus();
     }
-    return QString::fromUtf8(CFDataCopyQByteArray(data.get())).trimmed();
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString text = decoder(CFDataCopyQByteArray(data.get()));
+    auth = text.trimmed();
+    return auth.isEmpty() || decoder.hasError()
+               ? std::optional(sayFailed(shown(file) + u" holds no text that a service could know"_s))
+               : std::nullopt;
 }
 
 /// Session or installation, and the service to ask; an exit status after a complaint.
@@ -272,9 +281,8 @@ std::optional<int> credentials(Invocation& invocation, QString& service, VKAppMg
         data.session = session.session;
         return std::nullopt;
     }
-    const std::optional<QString> auth = authOf(invocation, authFile);
-    if (!auth.has_value()) {
-        return invocation.exitStatus();
+    if (const std::optional<int> status = readAuth(invocation, authFile, data.auth); status.has_value()) {
+        return status;
     }
     QString problem;
     const std::optional<QString> given = serviceOf(invocation.value(u"service"_s), problem);
@@ -282,7 +290,6 @@ std::optional<int> credentials(Invocation& invocation, QString& service, VKAppMg
         return invocation.usageError(problem);
     }
     service = *given;
-    data.auth = *auth;
     return std::nullopt;
 }
 
