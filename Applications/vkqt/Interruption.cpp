@@ -48,11 +48,13 @@ Interruption::Interruption(VKProgress* progress) {
     gFirstInterruptMs = 0;
     install(SIGINT, &onInterrupt, mInterrupt);
     install(SIGTERM, &onTerminate, mTerminate);
+    install(SIGHUP, &onTerminate, mHangUp);
 }
 
 Interruption::~Interruption() {
     ::sigaction(SIGINT, &mInterrupt, nullptr);
     ::sigaction(SIGTERM, &mTerminate, nullptr);
+    ::sigaction(SIGHUP, &mHangUp, nullptr);
     gRunning = nullptr;
 }
 

@@ -237,6 +237,7 @@ void ToolCopyTest::cancelled_data() {
     QTest::addColumn<int>("times");
     QTest::newRow("an orderly end") << u"TERM"_s << 1;
     QTest::newRow("an orderly end told again and again") << u"TERM"_s << 200;
+    QTest::newRow("a terminal that is closed") << u"HUP"_s << 1;
     QTest::newRow("Ctrl-C") << u"INT"_s << 1;
     QTest::newRow("Ctrl-C that comes to the program and to its group") << u"INT"_s << 20;
 }
@@ -250,7 +251,7 @@ void ToolCopyTest::cancelled() {
     }
     // The signal comes as soon as there is a destination. A shell's background jobs would ignore Ctrl-C.
     const ToolRun run = runShell(
-        u"env --default-signal=INT \"$VKQT\" cp album copy & pid=$!\n"
+        u"env --default-signal=INT,HUP \"$VKQT\" cp album copy & pid=$!\n"
         "while [[ ! -e copy ]] && kill -0 $pid 2>/dev/null; do :; done\n"
         "for ((i = 0; i < %2; ++i)); do kill -%1 $pid 2>/dev/null || break; done; wait $pid"_s.arg(signal)
             .arg(times),
