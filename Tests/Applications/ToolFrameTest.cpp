@@ -117,7 +117,7 @@ void ToolFrameTest::commandHelp_data() {
                                                   u"-o, --output FILE"_s,
                                                   u"--overwrite"_s,
                                                   u"--connect-timeout SECONDS"_s,
-                                                  u"--limit MiB"_s,
+                                                  u"--limit MIB"_s,
                                                   u"--any-host"_s,
                                                   u"--reply-header NAME"_s,
                                                   u"--[no-]progress"_s,
