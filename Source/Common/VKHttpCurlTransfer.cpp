@@ -26,10 +26,11 @@ static_assert(kVKCurlAbortedByCallback == CURLE_ABORTED_BY_CALLBACK);
 } // namespace
 
 void VKHttpImplCurl::Transfer::setUrl(const QUrl& url) {
-    if (url != mUrl) {
-        mUrl = url;
+    // The framework takes an address with an impossible port for equal to the one without a port.
+    if (url != mUrl || url.isValid() != mUrl.isValid()) {
         mEncodedUrl.clear();
     }
+    mUrl = url;
 }
 
 void VKHttpImplCurl::Transfer::setHeader(const QString& name, const QString& value) {

@@ -31,6 +31,8 @@ private Q_SLOTS:
     void uploadsKeepTheirContentLength();
     void uploadsCountOverAllTransfers();
     void uploadSmallerThanWhatWasSent();
+    void malformedUrls_data();
+    void malformedUrls();
     void largeUploadWaitsForContinue();
     void uploadLengthStaysForAPost();
     void connectionIsKept();
@@ -340,6 +342,42 @@ void VKHttpImplCurlTest::uploadSmallerThanWhatWasSent() {
     QCOMPARE(http->error(), 26);
     QCOMPARE(http->httpResultCode(), 0);
     QCOMPARE(device.pos(), 4);
+}
+
+void VKHttpImplCurlTest::malformedUrls_data() {
+    QTest::addColumn<QUrl>("malformed");
+    QUrl port(u"http://127.0.0.1/"_s);
+    port.setPort(99999);
+    QTest::newRow("an impossible port, set") << port;
+    QTest::newRow("an impossible port") << QUrl(u"http://127.0.0.1:99999/"_s);
+    QTest::newRow("no number") << QUrl(u"http://127.0.0.1:port/"_s);
+    QTest::newRow("no host") << QUrl(u"http://a b/"_s);
+    QTest::newRow("none") << QUrl();
+}
+
+/// Some compare equal to the address that is theirs without the mistake.
+void VKHttpImplCurlTest::malformedUrls() {
+    QFETCH(QUrl, malformed);
+    RecordingServer server;
+    QVERIFY(!malformed.isValid());
+    // As a proxy the server sees requests for any address.
+    const QByteArray before = qgetenv("no_proxy");
+    qunsetenv("no_proxy");
+    qputenv("http_proxy", server.url().toString().toUtf8());
+    const auto http = HttpTest::makeTransport(QUrl(u"http://127.0.0.1/"_s));
+    const auto get = [&http](const QUrl& url) {
+        http->setUrl(url);
+        http->get();
+        return http->error();
+    };
+    const QUrl whole(u"http://127.0.0.1/"_s);
+    const int errors[] = {get(whole), get(malformed), get(whole)};
+    qunsetenv("http_proxy");
+    qputenv("no_proxy", before);
+    QCOMPARE(errors[0], 0);
+    QCOMPARE(errors[1], 3);
+    QCOMPARE(errors[2], 0);
+    QCOMPARE(server.requests().size(), 2);
 }
 
 void VKHttpImplCurlTest::largeUploadWaitsForContinue() {
