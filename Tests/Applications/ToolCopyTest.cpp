@@ -35,6 +35,7 @@ private Q_SLOTS:
     void secondInterruptOfAnImpatientPerson();
     void ignoredSignalStaysIgnored();
     void fullDisk();
+    void somebodyElseIsFaster();
 
 private:
     [[nodiscard]] ToolRun run(const QStringList& arguments) const {
@@ -249,10 +250,10 @@ void ToolCopyTest::cancelled() {
     for (int i = 0; i < 3000; ++i) {
         QVERIFY(makeItem(mFolder, "album/" + QByteArray::number(i), 1));
     }
-    // The signal comes as soon as there is a destination. A shell's background jobs would ignore Ctrl-C.
+    // The signal comes as soon as there is a folder for the copy. A shell's background jobs would ignore Ctrl-C.
     const ToolRun run = runShell(
         u"env --default-signal=INT,HUP \"$VKQT\" cp album copy & pid=$!\n"
-        "while [[ ! -e copy ]] && kill -0 $pid 2>/dev/null; do :; done\n"
+        "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
         "for ((i = 0; i < %2; ++i)); do kill -%1 $pid 2>/dev/null || break; done; wait $pid"_s.arg(signal)
             .arg(times),
         mFolder);
@@ -281,10 +282,11 @@ void ToolCopyTest::ignoredSignalStaysIgnored() {
     for (int i = 0; i < 1000; ++i) {
         QVERIFY(makeItem(mFolder, "album/" + QByteArray::number(i), 1));
     }
-    const ToolRun run = runShell(u"trap '' TERM; \"$VKQT\" cp album copy & pid=$!\n"
-                                 "while [[ ! -e copy ]] && kill -0 $pid 2>/dev/null; do :; done\n"
-                                 "kill -TERM $pid; wait $pid"_s,
-                                 mFolder);
+    const ToolRun run =
+        runShell(u"trap '' TERM; \"$VKQT\" cp album copy & pid=$!\n"
+                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
+                 "kill -TERM $pid; wait $pid"_s,
+                 mFolder);
     QCOMPARE(run.status, 0);
     QCOMPARE(Disk::namesIn(at("copy")).size(), 1000);
 }
@@ -300,6 +302,26 @@ void ToolCopyTest::fullDisk() {
     QCOMPARE(run.status, 1);
     QVERIFY2(run.err.contains("no space left on device"), run.err);
     QVERIFY(Disk::namesIn(full).isEmpty());
+}
+
+void ToolCopyTest::somebodyElseIsFaster() {
+    QVERIFY(makeItem(mFolder, "many", -1));
+    for (int i = 0; i < 3000; ++i) {
+        QVERIFY(makeItem(mFolder, "many/" + QByteArray::number(i), 1));
+    }
+    makeAlbum();
+    // The first one is held while the second one copies to the same place.
+    const ToolRun run =
+        runShell(u"\"$VKQT\" cp many copy & pid=$!\n"
+                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
+                 "kill -STOP $pid; \"$VKQT\" cp album copy; echo $?; kill -CONT $pid; wait $pid"_s,
+                 mFolder);
+    QVERIFY2(run.out.endsWith("\n0\n"), run.out);
+    QCOMPARE(run.err, QByteArray("vkqt cp: copy: file exists\n"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(Disk::recordsBelow(at("copy"), Disk::kAllParts),
+             Disk::recordsBelow(at("album"), Disk::kAllParts));
+    QCOMPARE(Disk::namesIn(mFolder.toUtf8()), (QByteArrayList{"album", "copy", "many"}));
 }
 
 VKTEST_MAIN(ToolCopyTest)

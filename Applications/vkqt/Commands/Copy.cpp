@@ -12,6 +12,7 @@
 
 #include <QElapsedTimer>
 #include <QJsonObject>
+#include <QRandomGenerator>
 
 #include <cerrno>
 #include <filesystem>
@@ -26,14 +27,16 @@ namespace fs = std::filesystem;
 /// One copy and what is known about it.
 class Copying {
 public:
-    explicit Copying(bool wantsBar) : mProgress(VKProgressCreate(&Copying::observe, this)), mBar(wantsBar) {
+    Copying(bool wantsBar, bool merges)
+        : mProgress(VKProgressCreate(&Copying::observe, this)), mBar(wantsBar), mMerges(merges) {
         VKProgressSetByteObserver(mProgress.get(), &Copying::observeBytes, this);
     }
 
     [[nodiscard]] VKStatus run(VKQtPath& from, VKQtPath& to) {
         const Interruption interruption(mProgress.get());
-        const VKStatus status =
-            from.isFolder() ? VKQtPathUtils::copyRecursive(from, to, mProgress.get()) : copyFile(from, to);
+        const VKStatus status = !from.isFolder() ? copyFile(from, to)
+                                : mMerges        ? VKQtPathUtils::copyRecursive(from, to, mProgress.get())
+                                                 : copyFolder(from, to);
         mBar.clear();
         return status;
     }
@@ -48,6 +51,23 @@ private:
         const auto toUrl = VKCFRef<CFURLRef>::adopt(to.createCFUrl());
         const VKStatus status = VKFileMgrCopyFileWithProgress(fromUrl.get(), toUrl.get(), mProgress.get());
         files = status == kVKStatusSuccess ? 1 : 0;
+        return status;
+    }
+
+    /// Into a folder of its own, which becomes `to` when it is whole: the clean-up deletes nothing that another
+    /// program has put there meanwhile.
+    VKStatus copyFolder(VKQtPath& from, const VKQtPath& to) {
+        const QString name = u".vkqt-"_s + QString::number(QRandomGenerator64::system()->generate(), 36);
+        VKQtPath whole = to.pathOnly();
+        whole.setPath(VKQtPathUtils::createCopyAppendingQTNormalizePathComponent(whole.path(), name), true);
+        VKStatus status = VKQtPathUtils::copyRecursive(from, whole, mProgress.get());
+        if (status == kVKStatusSuccess) {
+            status = whole.move(to);
+            if (status != kVKStatusSuccess) {
+                // The first failure is the one to tell.
+                static_cast<void>(whole.remove());
+            }
+        }
         return status;
     }
 
@@ -69,6 +89,7 @@ private:
 
     VKOwnedProgress mProgress;
     ProgressBar mBar;
+    bool mMerges;
 };
 
 /// Whether `item` is `folder` or lies in it, links resolved; neither needs to exist.
@@ -138,7 +159,7 @@ int run(Invocation& invocation) {
         }
         status = isTaken(invocation, to) ? VKStatus(EEXIST) : kVKStatusSuccess;
     }
-    Copying copying(invocation.isOn(u"progress"_s));
+    Copying copying(invocation.isOn(u"progress"_s), invocation.isOn(u"merge"_s));
     QElapsedTimer timer;
     timer.start();
     if (status == kVKStatusSuccess) {
@@ -168,7 +189,9 @@ const Registration kRegistration({
     .description =
         u"Copies FROM to TO, which must not exist. Content, times, modes, access lists and attributes are "
         u"kept; links are copied as links. Of a folder's tree hidden entries, fifos, sockets and devices are "
-        u"left out.\n\n"
+        u"left out. A folder appears as TO when all of it is copied; until then it is a hidden one beside "
+        u"TO, "
+        u"\".vkqt-...\".\n\n"
         u"While it copies, a bar on a terminal shows how far it has come. Ctrl-C ends the copy. A copy that "
         u"ends early leaves nothing behind.\n\n"
         u"A copy of something onto itself, of a folder into itself, and over something that exists, is "
