@@ -48,7 +48,7 @@ struct RecycledItem {
 };
 
 /// The bins of this user that exist: the home bin and those at the roots of mounted volumes. Volumes of a
-/// network are not asked.
+/// network are not asked, and nobody waits longer than half a second for one that another program serves.
 [[nodiscard]] QByteArrayList recycleBins();
 
 /// The bins that exist for the items of one folder.

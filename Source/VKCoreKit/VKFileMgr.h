@@ -191,9 +191,9 @@ struct VKRecycledItem {
 using VKRecycledItemHandler = bool (*)(const VKRecycledItem& item, void* context);
 
 /// Shows the items in this user's bins, in no order: in those that items of `folder` go to, or, null, in the
-/// home bin and those of all mounted volumes but a network's. A bin that cannot be read is passed over when all
-/// are asked for. Records longer than 64 KiB tell nothing. 1005 for a null handler, 1002 for a URL that names
-/// no file, otherwise 0 or the errno.
+/// home bin and those of all mounted volumes but a network's and one that another program serves and that does not
+/// answer within half a second. A bin that cannot be read is passed over when all are asked for. Records longer than
+/// 64 KiB tell nothing. 1005 for a null handler, 1002 for a URL that names no file, otherwise 0 or the errno.
 VKCORE_EXPORT VKStatus VKFileMgrListRecycledItems(CFURLRef folder, VKRecycledItemHandler handler,
                                                   void* context);
 

@@ -4,6 +4,9 @@
 
 #include "RecycleSupport.h"
 
+#include <QScopeGuard>
+
+#include <csignal>
 #include <memory>
 
 using namespace VKPlatform;
@@ -40,6 +43,7 @@ private Q_SLOTS:
     void restoreToAnotherVolume();
     void hostileRecords();
     void listedWithTheHomeBin();
+    void serverThatIsSilent();
     void insideABin();
 
     void asAnotherUser_data();
@@ -474,6 +478,35 @@ void RecycleVolumesTest::listedWithTheHomeBin() {
                                 return item.path == onVolume && item.originalPath == volume.folder() + "/a";
                             }),
              0);
+}
+
+void RecycleVolumesTest::serverThatIsSilent() {
+    const Volume volume("tmpfs");
+    QVERIFY(volume.isMounted());
+    QCOMPARE(Shell::outputOf("mkdir -m 1777 " + volume.folder() + "/.Trash").status, 0);
+    Disk::makeFile(volume.folder() + "/a", "abc");
+    Disk::makeFile(mHome->folder() + "/b", "abc");
+    QCOMPARE(recycle(mHome->folder() + "/b"), 0);
+    const QByteArray served = makeFolder(QStringLiteral("served")).toUtf8();
+    const pid_t server = Shell::outputOf("bindfs -f " + volume.folder() + ' ' + served +
+                                         " </dev/null >/dev/null 2>&1 & echo $!")
+                             .text.trimmed()
+                             .toInt();
+    QVERIFY(server > 0);
+    const auto end = qScopeGuard([&] {
+        ::kill(server, SIGCONT);
+        ::umount2(served.constData(), MNT_DETACH);
+    });
+    QTRY_VERIFY(Disk::exists(served + "/a"));
+    const QByteArray bin = served + "/.Trash/0";
+    QCOMPARE(recycle(served + "/a"), 0);
+    QCOMPARE(recycleBins().count(bin), 1);
+    QCOMPARE(::kill(server, SIGSTOP), 0);
+    const QByteArrayList bins = recycleBins();
+    QCOMPARE(bins.first(), mHome->bin());
+    QVERIFY(!bins.contains(bin));
+    QCOMPARE(::kill(server, SIGCONT), 0);
+    QTRY_COMPARE(recycleBins().count(bin), 1);
 }
 
 void RecycleVolumesTest::insideABin() {

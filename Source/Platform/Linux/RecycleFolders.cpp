@@ -2,6 +2,7 @@
 #include "Platform/Linux/RecycleFolders.h"
 
 #include "Platform/RecycleRules.h"
+#include "Platform/ServedSpace.h"
 #include "Platform/UserFolders.h"
 
 #include <cerrno>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace VKPlatform {
 
@@ -274,18 +276,32 @@ bool liesInVolumeBin(const QByteArray& path) {
 }
 
 std::vector<BinCandidate> volumeBinCandidates() {
-    std::vector<BinCandidate> candidates;
     QByteArrayList seen;
+    QByteArrayList places;
+    std::vector<ServedPlace> served;
     forEachMount([&](libmnt_fs* mount) {
         const QByteArray place(mnt_fs_get_target(mount));
         if (!seen.contains(place)) {
             seen.append(place);
             if (isOrdinary(mount)) {
-                addVolumeCandidates(place, candidates);
+                places.append(place);
+                if (viewOf(mnt_fs_get_fstype(mount)).startsWith("fuse")) {
+                    served.push_back({QByteArray::number(mnt_fs_get_id(mount)) + ' ' + place, place});
+                }
             }
         }
         return true;
     });
+    const std::vector<ServedSpace> answers = askServedSpace(served);
+    for (std::size_t i = 0; i < served.size(); ++i) {
+        if (answers[i].state == ServerState::Silent) {
+            places.removeOne(served[i].place);
+        }
+    }
+    std::vector<BinCandidate> candidates;
+    for (const QByteArray& place : std::as_const(places)) {
+        addVolumeCandidates(place, candidates);
+    }
     return candidates;
 }
 

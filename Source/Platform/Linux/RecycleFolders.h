@@ -81,7 +81,8 @@ void removeMade(const QByteArrayList& made);
 /// Whether the real path is that of a volume's bin or in one.
 [[nodiscard]] bool liesInVolumeBin(const QByteArray& path);
 
-/// The places where mounted volumes may have bins.
+/// The places where mounted volumes may have bins. A user-space file system whose server does not answer within half
+/// a second has none.
 [[nodiscard]] std::vector<BinCandidate> volumeBinCandidates();
 
 } // namespace VKPlatform
