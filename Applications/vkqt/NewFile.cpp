@@ -1,6 +1,7 @@
 // A file that may not overwrite gets its content under a hidden name beside its place, and then its name, exclusively.
 #include "NewFile.h"
 
+#include "Interruption.h"
 #include "Results.h"
 
 #include <CoreFoundation/CFQt.h>
@@ -47,6 +48,8 @@ VKStatus writeFile(const VKQtPath& path, const QByteArray& content, Existing exi
         return kVKStatusNotConvertible;
     }
     const OwnerOnlyMask mask(readers);
+    // Ctrl-C would leave the hidden file, which may be large.
+    const Interruption waits(nullptr);
     if (existing == Existing::Replace) {
         return VKFileMgrWriteFileContents(data.get(), url.get());
     }

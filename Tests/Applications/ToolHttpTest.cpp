@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonObject>
+#include <QStandardPaths>
 
 #include <csignal>
 #include <sys/stat.h>
@@ -56,6 +57,8 @@ private Q_SLOTS:
     void jsonOfFailures();
     void interrupted_data();
     void interrupted();
+    void interruptedWhileItWrites_data();
+    void interruptedWhileItWrites();
     void bar();
     void verbose_data();
     void verbose();
@@ -520,6 +523,33 @@ void ToolHttpTest::interrupted() {
     QCOMPARE(tool.out(), QByteArray());
     QCOMPARE(tool.err(), sentence(u"/"_s, "cancelled"));
     QCOMPARE(entries(), QStringList());
+}
+
+void ToolHttpTest::interruptedWhileItWrites_data() {
+    QTest::addColumn<QString>("call");
+    QTest::addColumn<QString>("signal");
+    QTest::newRow("Ctrl-C while it is stored") << u"fdatasync"_s << u"SIGINT"_s;
+    QTest::newRow("SIGTERM while it is stored") << u"fdatasync"_s << u"SIGTERM"_s;
+    QTest::newRow("Ctrl-C before it has its name") << u"renameat"_s << u"SIGINT"_s;
+    QTest::newRow("a closed terminal before it has its name") << u"fsync"_s << u"SIGHUP"_s;
+}
+
+/// The reply is there already: the file is finished, and nothing is left beside it.
+void ToolHttpTest::interruptedWhileItWrites() {
+    VKTEST_NEEDS(!QStandardPaths::findExecutable(u"strace"_s).isEmpty(), "strace");
+    QFETCH(QString, call);
+    QFETCH(QString, signal);
+    mServer->reply(Reply::ok("content"));
+    const QString script =
+        u"export ASAN_OPTIONS=detect_leaks=0; exec strace -qq -o trace -e trace=%1 -e inject=%1:signal=%2 "
+        "\"$VKQT\" http get -o new %3"_s;
+    const ToolRun run = runShell(script.arg(call, signal, url()), mFolder);
+    QCOMPARE(run.err, QByteArray());
+    QCOMPARE(run.status, 0);
+    const QByteArray trace = contentOf(u"trace"_s);
+    QVERIFY2(trace.contains(QByteArray("--- " + signal.toUtf8())), trace.constData());
+    QCOMPARE(contentOf(u"new"_s), QByteArray("content"));
+    QCOMPARE(entries(), QStringList({u"new"_s, u"trace"_s}));
 }
 
 void ToolHttpTest::bar() {
