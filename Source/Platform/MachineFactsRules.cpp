@@ -70,7 +70,7 @@ bool isPlaceholder(const QByteArray& text) {
     const bool saysSomething = std::any_of(small.begin(), small.end(), [](char unit) {
         return isAsciiAlphanumeric(unit) || static_cast<unsigned char>(unit) >= 0x80;
     });
-    return !saysSomething || isFiller(small) || small.startsWith("to be filled") ||
+    return !saysSomething || small.startsWith("to be filled") ||
            std::find(kPlaceholders.begin(), kPlaceholders.end(), QByteArrayView(small)) !=
                kPlaceholders.end();
 }
@@ -128,13 +128,19 @@ void eachLine(QByteArrayView text, const Use& use) {
     }
 }
 
+/// A text that somebody wrote on purpose: nothing but a word for "no value" counts as none. "11" is a version.
+QByteArray wordOf(QByteArrayView text) {
+    const QByteArray word = collapsed(text);
+    return word.size() > kFactLengthLimit || isPlaceholder(word) ? QByteArray() : word;
+}
+
 /// The last value that the text gives the key, as in a shell that reads it.
 QByteArray assignedValue(QByteArrayView text, QByteArrayView key) {
     QByteArray value;
     eachLine(text, [&](QByteArrayView line) {
         line = trimmedView(line);
         if (line.startsWith(key) && line.size() > key.size() && line[key.size()] == '=') {
-            value = factOf(unquoted(line.sliced(key.size() + 1)));
+            value = wordOf(unquoted(line.sliced(key.size() + 1)));
         }
         return true;
     });
@@ -189,8 +195,8 @@ MachineMaker describeTree(const MachineTables& tables) {
 } // namespace
 
 QByteArray factOf(QByteArrayView text) {
-    const QByteArray fact = collapsed(text);
-    return fact.size() > kFactLengthLimit || isPlaceholder(fact) ? QByteArray() : fact;
+    const QByteArray fact = wordOf(text);
+    return isFiller(fact.toLower()) ? QByteArray() : fact;
 }
 
 SystemRelease parseSystemRelease(QByteArrayView text, QByteArrayView kernel) {
@@ -200,7 +206,7 @@ SystemRelease parseSystemRelease(QByteArrayView text, QByteArrayView kernel) {
     release.name = firstOf(assignedValue(text, "NAME"), QByteArray("Linux"));
     release.version = firstOf(version, firstOf(build, assignedValue(text, "VERSION_CODENAME")));
     // A build that already stands for the version ("rolling") says nothing more.
-    release.build = version.isEmpty() || build.isEmpty() ? factOf(kernel) : build;
+    release.build = version.isEmpty() || build.isEmpty() ? wordOf(kernel) : build;
     return release;
 }
 

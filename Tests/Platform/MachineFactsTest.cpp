@@ -152,6 +152,9 @@ void MachineFactsTest::systems_data() {
     row("no end of line", "NAME=Void", "Void", "", "6.1.0-18-amd64");
     row("an open quote", "NAME=\"Void\nVERSION_ID=9\n", "Void", "9", "6.1.0-18-amd64");
     row("a backslash at the end", "NAME=Void\\", "Void\\", "", "6.1.0-18-amd64");
+    row("a version of one digit twice", "NAME=\"Debian GNU/Linux\"\nVERSION_ID=\"11\"\n", "Debian GNU/Linux",
+        "11", "6.1.0-18-amd64");
+    row("a build like a row of digits", "NAME=Void\nVERSION_ID=33\nBUILD_ID=12345\n", "Void", "33", "12345");
     row("nothing filled in", "NAME=\"\"\nVERSION_ID=unknown\n", "Linux", "", "6.1.0-18-amd64");
     row("no file", "", "Linux", "", "6.1.0-18-amd64");
 }
