@@ -154,6 +154,10 @@ QDateTime VKQtDateUtils::createQDateTimeFromVKDateRef(VKDateRef date) {
         return QDateTime();
     }
     const QTime clock(from.hour, from.minute, from.second);
+    // A date-time would take an invalid time for midnight.
+    if (!clock.isValid()) {
+        return QDateTime();
+    }
     QDateTime time(QDate(from.year, from.month, from.day), clock, Qt::UTC);
     if (from.offsetFromUtc != 0) {
         time.setOffsetFromUtc(from.offsetFromUtc);

@@ -252,6 +252,9 @@ void VKQtDateUtilsTest::fromDateObject_data() {
     QTest::newRow("zeros") << VKDateComponents{} << QString();
     QTest::newRow("no such month") << VKDateComponents{2017, 13, 5, 9, 3, 7, 0, 0} << QString();
     QTest::newRow("no such day") << VKDateComponents{2017, 2, 30, 9, 3, 7, 0, 3600} << QString();
+    QTest::newRow("no such hour") << VKDateComponents{2017, 1, 5, 24, 0, 0, 0, 0} << QString();
+    QTest::newRow("no such minute") << VKDateComponents{2017, 1, 5, 9, -1, 0, 0, 3600} << QString();
+    QTest::newRow("no such second") << VKDateComponents{2017, 1, 5, 9, 3, 60, 0, 0} << QString();
 }
 
 void VKQtDateUtilsTest::fromDateObject() {
