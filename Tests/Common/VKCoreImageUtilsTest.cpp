@@ -10,6 +10,7 @@
 #include <VKQtSysInfo.h>
 
 #include <CoreFoundation/CFQt.h>
+#include <QFile>
 #include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -110,6 +111,12 @@ void loseSurface() {
     tell("afterLoss", QString::number(Utils::aquireMainThreadGLContext()));
 }
 
+/// An application object before the one that the case is about, with a context that its window system takes along.
+void probeInFirstApplication(int argc, char** argv) {
+    const QGuiApplication first(argc, argv);
+    tell("first", QString::number(Info::validateOpenGL()));
+}
+
 int runApplication(int argc, char** argv, const QByteArray& kind) {
     VKLogSetHandler(&tellEvent, nullptr);
     if (kind == "none" || kind == "core") {
@@ -121,6 +128,9 @@ int runApplication(int argc, char** argv, const QByteArray& kind) {
     }
     if (kind == "share") {
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    }
+    if (kind == "second") {
+        probeInFirstApplication(argc, argv);
     }
     const QGuiApplication application(argc, argv);
     if (kind == "thread") {
@@ -205,6 +215,7 @@ private Q_SLOTS:
     void anotherThread();
     void sharesWithTheApplication();
     void lostSurface();
+    void secondApplication();
     void problemCards();
     void screen_data();
     void screen();
@@ -311,6 +322,12 @@ void VKCoreImageUtilsTest::noContext_data() {
     QTest::newRow("a platform without OpenGL") << QByteArray("QT_QPA_PLATFORM=minimal") << false;
     QTest::newRow("a window system without a way to the driver")
         << QByteArray("QT_QPA_PLATFORM=xcb QT_XCB_GL_INTEGRATION=none") << true;
+    // As when every monitor is switched off: the driver is there, nothing to be seen is.
+    QFile screens(makeFolder() + QStringLiteral("/screens.json"));
+    QVERIFY(screens.open(QIODevice::WriteOnly) && screens.write("{\"screens\":[]}") > 0);
+    QTest::newRow("no screen") << "QT_QPA_PLATFORM=offscreen:configfile=" +
+                                      QFile::encodeName(screens.fileName())
+                               << true;
 }
 
 void VKCoreImageUtilsTest::noContext() {
@@ -380,6 +397,18 @@ void VKCoreImageUtilsTest::lostSurface() {
     QVERIFY2(told.status == 0, told.all.constData());
     QCOMPARE(told.values[QStringLiteral("lost")], QStringLiteral("no"));
     QCOMPARE(told.values[QStringLiteral("afterLoss")], QStringLiteral("0"));
+}
+
+void VKCoreImageUtilsTest::secondApplication() {
+    VKTEST_NEEDS(Displays::Virtual::isInstalled(), "Xvfb");
+    QVERIFY(display().isRunning());
+    const Told told = run("second", "QT_QPA_PLATFORM=xcb DISPLAY=" + display().name());
+    QVERIFY2(told.status == 0, told.all.constData());
+    QCOMPARE(told.values[QStringLiteral("first")], QStringLiteral("0"));
+    QCOMPARE(told.values[QStringLiteral("status")], QStringLiteral("0"));
+    QCOMPARE(told.values[QStringLiteral("again")], QStringLiteral("0"));
+    QCOMPARE(told.values[QStringLiteral("sameContext")], QStringLiteral("yes"));
+    QCOMPARE(told.values[QStringLiteral("end")], QStringLiteral("yes"));
 }
 
 void VKCoreImageUtilsTest::problemCards() {

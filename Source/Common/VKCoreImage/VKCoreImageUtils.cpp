@@ -6,6 +6,8 @@
 #include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QPointer>
+#include <QScreen>
 #include <QSurfaceFormat>
 #include <QThread>
 
@@ -52,24 +54,46 @@ QSurfaceFormat contextFormat() {
     return format;
 }
 
+/// Whether the context was made for another application object, which has gone, and the window system with it.
+bool isOfAnotherApplication() {
+    static QPointer<const QCoreApplication> sOwner;
+    const bool isOther = sOwner != QCoreApplication::instance();
+    sOwner = QCoreApplication::instance();
+    return isOther;
+}
+
 } // namespace
 
 VKStatus VKCoreImageUtils::aquireMainThreadGLContext() {
     if (!canHaveContext()) {
         return noContext(__LINE__);
     }
+    if (isOfAnotherApplication()) {
+        // Neither to be used nor to be destroyed: either would ask the window system that has gone.
+        sContext = nullptr;
+        sSurface = nullptr;
+    }
     if (sContext == nullptr) {
         sContext = new QOpenGLContext;
         sContext->setFormat(contextFormat());
         sContext->setShareContext(QOpenGLContext::globalShareContext());
     }
-    if (!sContext->isValid() && !sContext->create()) {
+    // Screens come and go. Without one the framework ends the program instead of telling that it cannot.
+    QScreen* const screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
         return noContext(__LINE__);
+    }
+    if (!sContext->isValid()) {
+        sContext->setScreen(screen);
+        if (!sContext->create()) {
+            return noContext(__LINE__);
+        }
     }
     if (sSurface == nullptr) {
         sSurface = new QOffscreenSurface;
     }
     if (!sSurface->isValid()) {
+        sSurface->setScreen(screen);
         sSurface->setFormat(sContext->format());
         sSurface->create();
     }

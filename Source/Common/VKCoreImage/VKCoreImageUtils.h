@@ -18,10 +18,11 @@ public:
 
     /// Makes the private context current on this thread, and makes it first when it is not there yet: it shares with
     /// the application's global share context, if there is one, and draws to a surface off the screen. Both live until
-    /// the process ends. The name has always been spelled like this.
+    /// the process ends; an application object after the first gets others. The name has always been spelled like this.
     ///
-    /// 0, or 1002, logged, when there can be no context: no driver for this display, no QGuiApplication, another thread
-    /// than the application object's. After a failure the next call tries again with the same context object.
+    /// 0, or 1002, logged, when there can be no context: no driver for this display, no screen, no QGuiApplication,
+    /// another thread than the application object's. After a failure the next call tries again with the same context
+    /// object.
     static VKStatus aquireMainThreadGLContext();
 
     /// The context and its surface; null before the first call of aquireMainThreadGLContext().
