@@ -106,6 +106,7 @@ private Q_SLOTS:
     void existingNamesInTheTarget();
     void deepTree();
     void unreadableFolder();
+    void scanIsEndedWithinAFolder();
     void whatIsLeftCanBeRemoved();
     void names_data();
     void names();
@@ -425,6 +426,17 @@ void TreeCopyTest::unreadableFolder() {
              }),
              EACCES);
     QVERIFY(!Disk::exists(at("copy")));
+}
+
+void TreeCopyTest::scanIsEndedWithinAFolder() {
+    Disk::makeFolder(at("from"));
+    for (int i = 0; i < 100; ++i) {
+        Disk::makeFile(at("from/") + QByteArray::number(i));
+    }
+    Recorder recorder;
+    recorder.checksUntilCancelled = 50;
+    TreeCopy copy(TreeScope::Shown, {}, recorder);
+    QCOMPARE(copy.scan(at("from"), true), ECANCELED);
 }
 
 void TreeCopyTest::whatIsLeftCanBeRemoved() {

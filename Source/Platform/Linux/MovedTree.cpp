@@ -35,7 +35,7 @@ int stampOf(const FileDescriptor& folder, const QByteArray& name, ItemStamp& out
 
 /// Asks the watcher now and then: a person who cancels does not wait for the end of a large tree.
 int MovedTree::goOn(std::size_t number) const {
-    constexpr std::size_t kEvery = 256;
+    constexpr std::size_t kEvery = 16;
     return mWatcher != nullptr && number % kEvery == 0 ? mWatcher->copied(0) : 0;
 }
 
