@@ -33,7 +33,7 @@ public:
 
     [[nodiscard]] quint16 port() const;
 
-    /// The most connections at a time; others wait.
+    /// The most connections at a time; others are closed at once.
     static constexpr unsigned kMostConnections = 256;
 
     // For the callbacks of the HTTP library.

@@ -113,6 +113,8 @@ int main(int argc, char** argv) {
     const bool writable = holdStandardDescriptors();
     // A reader that leaves early ends the output, not the program: see Output.
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that grows beyond what the shell allows is an error like a full disk, and cleaned up after.
+    std::signal(SIGXFSZ, SIG_IGN);
     const QStringList arguments = decodeArguments(argc, argv);
     Output output(STDOUT_FILENO);
     int status = kExitFailed;

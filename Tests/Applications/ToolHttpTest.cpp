@@ -48,6 +48,7 @@ private Q_SLOTS:
     void writesNothingWithoutSuccess_data();
     void writesNothingWithoutSuccess();
     void cannotWrite();
+    void fileSizeLimit();
     void replyOnATerminal_data();
     void replyOnATerminal();
     void bytesForPrograms();
@@ -392,6 +393,14 @@ void ToolHttpTest::cannotWrite() {
     const ToolRun folder = http({u"get"_s, u"--overwrite"_s, u"-o"_s, u"."_s, url()});
     QCOMPARE(folder.status, 1);
     QCOMPARE(folder.err, QByteArray("vkqt http: .: is a folder\n"));
+}
+
+void ToolHttpTest::fileSizeLimit() {
+    mServer->reply(Reply::ok(QByteArray(100'000, 'x')));
+    const ToolRun run = runShell(u"ulimit -f 10; exec \"$VKQT\" http get -o new %1"_s.arg(url()), mFolder);
+    QCOMPARE(run.err, QByteArray("vkqt http: new: file too large\n"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(entries(), QStringList());
 }
 
 void ToolHttpTest::replyOnATerminal_data() {
