@@ -136,6 +136,7 @@ private Q_SLOTS:
     void toAnotherVolume();
     void throughLinks();
     void partsOfAVolume();
+    void mountsInFront_data();
     void mountsInFront();
     void notAllowed();
     void limitsReachTheSearch();
@@ -421,9 +422,22 @@ void BookmarksTest::partsOfAVolume() {
     QCOMPARE(::umount2(Disk::text(top), 0), 0);
 }
 
+void BookmarksTest::mountsInFront_data() {
+    QTest::addColumn<QByteArray>("make");
+    QTest::newRow("of a file system without an identifier")
+        << QByteArray("mkfs.ext4 -q -F -U 00000000-0000-0000-0000-000000000000");
+    QTest::newRow("of a file system with one") << QByteArray("mkfs.ext4 -q -F");
+}
+
 /// Something else is mounted over the folder of the item.
 void BookmarksTest::mountsInFront() {
-    const QByteArray folder = makeFolder().toUtf8();
+    QFETCH(const QByteArray, make);
+    const QByteArray place = makeFolder().toUtf8();
+    const Mounts::LoopDisk holder(place + "/disk", make, 8);
+    VKTEST_NEEDS(Disk::isRoot() && holder.isReady(), "root and loop devices");
+    const Mounts::Mounted mounted(holder.device(), place + "/m");
+    QVERIFY2(mounted.isMounted(), mounted.message());
+    const QByteArray& folder = mounted.place();
     Disk::makeFolder(folder + "/a");
     Disk::makeFile(folder + "/a/1.jpg", "photo");
     const QByteArray file = bookmarkOf(folder + "/a/1.jpg");

@@ -134,19 +134,21 @@ private:
         return 0;
     }
 
-    [[nodiscard]] bool isReplacedAtItsPath() const {
-        if (mNow.kind != mRecord.identity.kind) {
-            return false;
-        }
-        const std::optional<MountEntry> mount = mountHolding(mountsNow(), mRecord.path);
+    /// Whether the path lies on the bookmark's volume, and not on one that is mounted in front of it.
+    [[nodiscard]] bool isOnItsVolume(const QByteArray& path) const {
+        const std::optional<MountEntry> mount = mountHolding(mountsNow(), path);
         return mount && isSameVolume(mRecord.volume, markOf(*mount));
+    }
+
+    [[nodiscard]] bool isReplacedAtItsPath() const {
+        return mNow.kind == mRecord.identity.kind && isOnItsVolume(mRecord.path);
     }
 
     [[nodiscard]] bool isAt(const VolumePlace& place) const {
         FileIdentity there;
-        return identify(place.path, there) == 0 &&
-               (isSameItem(mRecord.identity, there) ||
-                (there.kind == mRecord.identity.kind && isUnique(mRecord.volume)));
+        return identify(place.path, there) == 0 && (isSameItem(mRecord.identity, there) ||
+                                                    (there.kind == mRecord.identity.kind &&
+                                                     isUnique(mRecord.volume) && isOnItsVolume(place.path)));
     }
 
     [[nodiscard]] int search(const std::vector<VolumePlace>& places, ResolvedBookmark& out) {
