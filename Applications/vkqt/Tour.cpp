@@ -21,6 +21,8 @@ QProcessEnvironment environmentBelow(const QString& folder) {
     environment.insert(u"XDG_DATA_HOME"_s, folder + u"/data"_s);
     environment.insert(u"XDG_CACHE_HOME"_s, folder + u"/caches"_s);
     environment.insert(u"XDG_CONFIG_HOME"_s, folder + u"/settings"_s);
+    // The only server is on this machine, where a proxy would not find it.
+    environment.insert(u"no_proxy"_s, u"127.0.0.1"_s);
     return environment;
 }
 

@@ -16,6 +16,7 @@ private Q_SLOTS:
     void init();
     void everything();
     void ownPictures();
+    void behindAProxy();
     void missingFolder();
     void folderWithoutPictures();
     void cancelled();
@@ -67,6 +68,15 @@ void ToolTourTest::ownPictures() {
     QVERIFY2(run.out.contains("\n$ vkqt trash 'Holiday/"), run.out);
     QVERIFY2(run.out.contains("\nWhat ran\nService "), run.out);
     QCOMPARE(Disk::namesIn(pictures.toUtf8()), before);
+    QCOMPARE(left(), QByteArrayList());
+}
+
+void ToolTourTest::behindAProxy() {
+    // The tour's server is on this machine; a proxy is not asked for it. Nothing listens at port 1.
+    const ToolRun run = runShell(u"mkdir -p tmp; export TMPDIR=\"$PWD/tmp\" http_proxy=http://127.0.0.1:1 "
+                                 "all_proxy=http://127.0.0.1:1 no_proxy=other.test; \"$VKQT\" tour --brief"_s,
+                                 mFolder);
+    QVERIFY2(run.status == 0, run.err);
     QCOMPARE(left(), QByteArrayList());
 }
 
