@@ -27,8 +27,10 @@ public:
         char firstScreen[] = "0";
         char closedOption[] = "-nolisten";
         char closed[] = "tcp";
-        char* const arguments[] = {program,         numberOption, number, screenOption, firstScreen,
-                                   geometry.data(), closedOption, closed, nullptr};
+        // Otherwise it starts anew whenever its last client has gone, and turns away who comes meanwhile.
+        char lastingOption[] = "-noreset";
+        char* const arguments[] = {program,         numberOption, number, screenOption,  firstScreen,
+                                   geometry.data(), closedOption, closed, lastingOption, nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", 1, 0);
