@@ -44,7 +44,28 @@ inline bool becomesOwn(const QByteArray& address) {
     return false;
 }
 
-/// `ip COMMAND`, and so for each line of several; "nodad" addresses are in use when it returns. A test whose network
+/// The kernel says that a cable is in, or out, after `ip` has ended: until then an interface with a carrier has not the
+/// state of one that works, or the other way round.
+inline bool cablesAreTold() {
+    for (const QByteArray& link : Shell::outputOf("ip -o link show up type veth").text.split('\n')) {
+        const bool works = link.contains(" state UP ") || link.contains(" state DORMANT ");
+        if (!link.isEmpty() && works != link.contains(",LOWER_UP")) {
+            return false;
+        }
+    }
+    return true;
+}
+
+inline bool cablesAreToldSoon() {
+    for (int tries = 0; tries < 5'000; ++tries) {
+        if (cablesAreTold()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// `ip COMMAND`, and so for each line of several; what it does to cables has been told, and "nodad" addresses are in use when it returns. A test whose network
 /// cannot be made must not pass.
 inline void ip(const QByteArray& commands) {
     for (const QByteArray& command : commands.split('\n')) {
@@ -55,6 +76,7 @@ inline void ip(const QByteArray& commands) {
             std::abort();
         }
     }
+    Disk::must(!commands.contains("link ") || cablesAreToldSoon(), "wait for", "the cables");
 }
 
 /// An interface "v0" and its cable, whose other end is "v1". Both are up; v0 has 10.9.0.2/24.
