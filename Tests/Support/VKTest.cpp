@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace {
@@ -44,6 +45,12 @@ bool pinEnvironment(const QString& scratch) {
     qunsetenv("XDG_DATA_DIRS");
     qunsetenv("XDG_CONFIG_DIRS");
     qunsetenv("LANGUAGE");
+    // The servers are on this machine.
+    for (const char* proxy : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
+        qunsetenv(proxy);
+    }
+    // What a test makes can be read by the other users that it becomes.
+    ::umask(022);
     // Not UTC, and with summer time, so that a mix-up of local time and UTC shows.
     qputenv("TZ", "Europe/Berlin");
     qputenv("LC_ALL", "C.UTF-8");

@@ -1,5 +1,6 @@
 // The base of every test class: a test fails on a warning that it did not expect, and programs start in a
-// pinned environment (time zone, locale, home, XDG folders, offscreen platform) under a temporary folder.
+// pinned environment (time zone, locale, home, XDG folders, no proxies, usual rights, offscreen platform) under a
+// temporary folder.
 #pragma once
 
 #include <QObject>
