@@ -12,6 +12,15 @@
 
 namespace Bus {
 
+/// Asks until the command succeeds, as long as the program lives, for a minute at most.
+inline bool comesTrue(const QByteArray& command, const Processes::Running& program) {
+    // One that has ended is there until its end is taken, without its words.
+    const QByteArray words = "/proc/" + QByteArray::number(program.pid()) + "/cmdline";
+    return Shell::outputOf("timeout 60 sh -c 'until " + command + "; do grep -q . " + words +
+                           " || exit 1; done' >/dev/null 2>&1")
+               .status == 0;
+}
+
 /// As long as the object lives, the system bus of this program and its children is one of its own.
 class SystemBus {
 public:
@@ -28,12 +37,9 @@ public:
             QByteArrayList{"dbus-daemon", "--config-file=" + folder + "/bus.conf", "--nofork", "--nopidfile"},
             folder + "/bus.log");
         // The client waits for nothing; the socket appears with the daemon.
-        mReady = Shell::outputOf("for i in $(seq 100); do gdbus call --system --dest org.freedesktop.DBus "
-                                 "--object-path / --method "
-                                 "org.freedesktop.DBus.GetId >/dev/null 2>&1 && exit 0; "
-                                 "[ -d /proc/" +
-                                 QByteArray::number(mDaemon->pid()) + " ] || exit 1; done; exit 1")
-                     .status == 0;
+        mReady = comesTrue("gdbus call --system --dest org.freedesktop.DBus --object-path / "
+                           "--method org.freedesktop.DBus.GetId",
+                           *mDaemon);
     }
     SystemBus(const SystemBus&) = delete;
     SystemBus& operator=(const SystemBus&) = delete;
@@ -124,15 +130,13 @@ private:
     VKTEST_NEEDS(Bus::ServedDisk::canBeMade(),                                                               \
                  "dbus-daemon, gdbus, python3-dbus, python3-gi, root and loop devices")
 
-/// The device manager and the real disk service. Needs root.
+/// The device manager and the real disk service. Needs root, and mounts of the program's own: the manager writes to
+/// /dev/disk and /run/udev.
 class RealDiskService {
 public:
     explicit RealDiskService(const SystemBus& bus)
         : mDeviceManager({"/lib/systemd/systemd-udevd"}, bus.folder() + "/udevd.log"),
-          mDeviceManagerReady(
-              Shell::outputOf("for i in $(seq 200); do udevadm control --ping 2>/dev/null && exit 0; "
-                              "done; exit 1")
-                  .status == 0),
+          mDeviceManagerReady(comesTrue("udevadm control --ping", mDeviceManager)),
           mService({"/usr/libexec/udisks2/udisksd"}, bus.folder() + "/udisksd.log"),
           mReady(mDeviceManagerReady && SystemBus::waitFor("org.freedesktop.UDisks2")) {}
     RealDiskService(const RealDiskService&) = delete;

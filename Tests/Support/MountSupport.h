@@ -7,21 +7,30 @@
 
 #include <QByteArray>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
 namespace Mounts {
 
-/// From here on the program's mounts are its own, and those of other programs stay theirs. Without the right to,
+/// From here on the program's mounts are its own, and those of other programs stay theirs. So is what a device manager
+/// tells: that of the machine, or of another test, tells of a loop device what it held before. Without the right to,
 /// nothing happens: such a program mounts nothing either.
 inline void enterOwnNamespace() {
-    if (::unshare(CLONE_NEWNS) == 0) {
-        Disk::must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
+    if (::unshare(CLONE_NEWNS) != 0) {
+        return;
+    }
+    Disk::must(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make private", "/");
+    for (const char* told : {"/dev/disk", "/run/udev"}) {
+        if (::mkdir(told, 0755) == 0 || errno == EEXIST) {
+            Disk::must(::mount("vktest", told, "tmpfs", 0, "mode=755") == 0, "cover", told);
+        }
     }
 }
 
