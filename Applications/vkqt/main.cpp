@@ -1,6 +1,7 @@
 // vkqt: the library's services from a shell. Finds the command, hands it its line, and tells how it ended.
 #include "CommandLine.h"
 #include "Help.h"
+#include "Text.h"
 
 #include <VKCoreKit/VKLog.h>
 #include <VKQtLocale.h>
@@ -9,6 +10,7 @@
 #include <QGuiApplication>
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -36,6 +38,17 @@ bool holdStandardDescriptors() {
 
 // What a command cannot do it says itself; the library's own record of it is for --verbose.
 void dropLog(const VKLogRecord& /*record*/, void* /*context*/) {}
+
+// The library logs what servers said, which on a terminal must not drive it.
+void showMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    const QString text = qFormatLogMessage(type, context, message);
+    QByteArray lines;
+    for (QStringView line : QStringView(text).split(u'\n')) {
+        line.chop(line.endsWith(u'\r') ? 1 : 0);
+        lines += shown(line.toString()).toUtf8() + '\n';
+    }
+    static_cast<void>(std::fwrite(lines.constData(), 1, static_cast<std::size_t>(lines.size()), stderr));
+}
 
 // The arguments of main() as the framework takes them.
 struct ProgramLine {
@@ -79,6 +92,8 @@ int runCommand(const GlobalLine& line, const ProgramLine& program, Output& outpu
     invocation.setVerbose(line.verbose);
     if (!invocation.isVerbose()) {
         VKLogSetHandler(&dropLog, nullptr);
+    } else if (::isatty(STDERR_FILENO) == 1) {
+        qInstallMessageHandler(&showMessage);
     }
     const bool needsScreen = !command->screenSwitch.isEmpty() && invocation.isOn(command->screenSwitch);
     const std::unique_ptr<QCoreApplication> application = makeApplication(program, needsScreen);

@@ -63,6 +63,7 @@ private Q_SLOTS:
     void bar();
     void verbose_data();
     void verbose();
+    void verboseOnATerminal();
     void wrongLines_data();
     void wrongLines();
     void missingFiles_data();
@@ -595,6 +596,16 @@ void ToolHttpTest::verbose() {
          {"Begin Curl", "POST /a HTTP/1.1", "the request", "HTTP/1.1 200 OK", "the reply", "End Curl"}) {
         QVERIFY2(run.err.contains(text), text);
     }
+}
+
+void ToolHttpTest::verboseOnATerminal() {
+    mServer->reply(Reply::status("200 OK", "\x1b[2Jbody", "text/plain", "X-A: \x1b]0;title\x07\r\n"));
+    const ToolRun run = runShell(
+        u"script -qec '\"$VKQT\" http get --verbose --no-progress %1' /dev/null"_s.arg(url()), mFolder);
+    QCOMPARE(run.status, 0);
+    QVERIFY2(run.out.contains("\r\nX-A: \\e]0;title\\u0007\r\n"), run.out.constData());
+    QCOMPARE(run.out.count("\\e[2Jbody"), 2);
+    QVERIFY2(!run.out.contains('\x1b') && !run.out.contains('\x07'), run.out.constData());
 }
 
 void ToolHttpTest::wrongLines_data() {
