@@ -8,8 +8,9 @@
 namespace VKTool {
 
 /// While one lives, Ctrl-C (SIGINT) and SIGTERM quit the application's event loop: that is how such a command is
-/// meant to end, so its exit status is 0. What the tool was started to ignore stays ignored. One at a time, made
-/// before the loop runs; for the rest of the program.
+/// meant to end, so its exit status is 0. What the tool was started to ignore stays ignored. The loop ends as well as
+/// soon as nobody reads standard output any more, also while there is nothing to tell. One at a time, made before the
+/// loop runs; for the rest of the program.
 class EndBySignal {
 public:
     EndBySignal();
@@ -20,6 +21,7 @@ public:
 private:
     int mError = 0;
     std::unique_ptr<QSocketNotifier> mNotifier;
+    std::unique_ptr<QSocketNotifier> mReader;
 };
 
 } // namespace VKTool

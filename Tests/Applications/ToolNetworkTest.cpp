@@ -29,6 +29,7 @@ private Q_SLOTS:
     void watching_data();
     void watching();
     void readerLeavesWhileWatching();
+    void readerLeavesWhileNothingChanges();
 };
 
 void ToolNetworkTest::init() {
@@ -166,6 +167,14 @@ void ToolNetworkTest::readerLeavesWhileWatching() {
     // The reader is gone before there is something to tell it.
     const ToolRun run = runShell(u"\"$VKQT\" network watch | { head -n 1 | cut -c 1-9; exec </dev/null; "
                                  "ip route del default; }; echo ${PIPESTATUS[0]}"_s);
+    QCOMPARE(run.out, QByteArray("reachable\n0\n"));
+    QCOMPARE(run.err, QByteArray());
+}
+
+void ToolNetworkTest::readerLeavesWhileNothingChanges() {
+    const Uplink uplink;
+    const ToolRun run =
+        runShell(u"\"$VKQT\" network watch | head -n 1 | cut -c 1-9; echo ${PIPESTATUS[0]}"_s);
     QCOMPARE(run.out, QByteArray("reachable\n0\n"));
     QCOMPARE(run.err, QByteArray());
 }
