@@ -48,6 +48,7 @@ private Q_SLOTS:
     void localeOfTheEnvironment();
     void unknownLocale();
     void json();
+    void yearsBeyondIso();
     void everyDocumentedKey();
     void now();
     void hostileText();
@@ -199,6 +200,18 @@ void ToolDateTest::json() {
     QCOMPARE(unknown.keys(), known.keys());
     for (const QString& key : unknown.keys()) {
         QCOMPARE(unknown.value(key).isNull(), key != u"text"_s);
+    }
+}
+
+void ToolDateTest::yearsBeyondIso() {
+    const QJsonArray array = dates({u"x January 5 12017 9:03:07"_s, u"x January 5 -2017 9:03:07"_s});
+    QCOMPARE(array.size(), 2);
+    QCOMPARE(array[0].toObject().value(u"suite"_s), QJsonValue(u"Thur Jan 05 09:03:07 12017"_s));
+    for (const auto& value : array) {
+        const QJsonObject object = value.toObject();
+        QVERIFY(object.value(u"seconds"_s).isDouble());
+        QVERIFY(object.value(u"local"_s).isNull());
+        QVERIFY(object.value(u"utc"_s).isNull());
     }
 }
 

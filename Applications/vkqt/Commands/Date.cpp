@@ -54,7 +54,8 @@ QJsonObject toJson(const QString& text, const QDateTime& time) {
         {u"text"_s, text},
         {u"seconds"_s, known ? QJsonValue(time.toSecsSinceEpoch()) : QJsonValue(QJsonValue::Null)}};
     for (const Form& form : forms()) {
-        object.insert(form.name, known ? QJsonValue(form.text(time)) : QJsonValue(QJsonValue::Null));
+        const QString written = known ? form.text(time) : QString();
+        object.insert(form.name, written.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(written));
     }
     return object;
 }
@@ -160,8 +161,9 @@ const Registration kRegistration({
             {u"text"_s, u"What was given; \"now\" without a TEXT."_s},
             {u"seconds"_s,
              u"Since the begin of 1970 in UTC; null, as all that follows, when it is no date."_s},
-            {u"local"_s, u"Local time with its offset from UTC, in ISO 8601."_s},
-            {u"utc"_s, u"UTC in ISO 8601."_s},
+            {u"local"_s,
+             u"Local time with its offset from UTC, in ISO 8601; null for years before 0 or after 9999."_s},
+            {u"utc"_s, u"The same in UTC."_s},
             {u"suite"_s, u"Local time as the suite writes it, without a locale."_s},
             {u"short"_s, u"Local time in the locale's short form."_s},
             {u"medium"_s, u"Local time with seconds, a year of four digits, and in capitals."_s},
