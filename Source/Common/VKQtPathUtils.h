@@ -204,7 +204,8 @@ public:
     /// may take the name first.
     [[nodiscard]] static VKQtPath createPathWithUniqueName(VKQtPath& where, const QString& name, bool isFile);
 
-    /// The same with a status: 1006, and `outPath` untouched, when `where` names no file or `name` is null.
+    /// The same with a status: 1006, and `outPath` untouched, when `where` names no file, `name` is null, or no
+    /// free name can be made of it.
     static VKStatus createPathWithUniqueName2(VKQtPath& where, const QString& name, bool isFile,
                                               VKQtPath& outPath);
 

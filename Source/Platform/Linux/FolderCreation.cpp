@@ -95,7 +95,7 @@ private:
         int error = makeFolder(mHere, name);
         if (error == EEXIST) { // a dangling link, or another process was faster
             error = enterFolder(mHere, name, next);
-            return error == ENOENT ? EEXIST : error;
+            return error == ENOENT ? ENOTDIR : error;
         }
         if (error != 0) {
             return error;
