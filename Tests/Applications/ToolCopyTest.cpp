@@ -36,6 +36,7 @@ private Q_SLOTS:
     void ignoredSignalStaysIgnored();
     void fullDisk();
     void somebodyElseIsFaster();
+    void tellsWhatItHasToLeave();
 
 private:
     [[nodiscard]] ToolRun run(const QStringList& arguments) const {
@@ -306,7 +307,7 @@ void ToolCopyTest::fullDisk() {
 
 void ToolCopyTest::somebodyElseIsFaster() {
     QVERIFY(makeItem(mFolder, "many", -1));
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 10'000; ++i) { // so that the copy lasts until it is held
         QVERIFY(makeItem(mFolder, "many/" + QByteArray::number(i), 1));
     }
     makeAlbum();
@@ -322,6 +323,33 @@ void ToolCopyTest::somebodyElseIsFaster() {
     QCOMPARE(Disk::recordsBelow(at("copy"), Disk::kAllParts),
              Disk::recordsBelow(at("album"), Disk::kAllParts));
     QCOMPARE(Disk::namesIn(mFolder.toUtf8()), (QByteArrayList{"album", "copy", "many"}));
+}
+
+/// The folder's modes keep its owner from removing what is in it.
+void ToolCopyTest::tellsWhatItHasToLeave() {
+    VKTEST_NEEDS(Disk::isRoot(), "root, to run the tool as another user");
+    QVERIFY(makeItem(mFolder, "many", -1) && makeItem(mFolder, "many/closed", -1));
+    for (int i = 0; i < 10'000; ++i) {
+        QVERIFY(makeItem(mFolder, "many/" + QByteArray::number(i), 1));
+    }
+    QVERIFY(makeItem(mFolder, "many/closed/a.jpg", 1));
+    QCOMPARE(::chmod(at("many/closed").constData(), 0555), 0);
+    QCOMPARE(::chmod(mFolder.toUtf8().constData(), 0777), 0);
+    Disk::openForOthers(scratchFolder().toUtf8());
+    const ToolRun run =
+        runShell(u"setpriv --reuid=65534 --regid=65534 --clear-groups \"$VKQT\" cp many copy & pid=$!\n"
+                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
+                 "kill -STOP $pid; mkdir copy; kill -CONT $pid; wait $pid"_s,
+                 mFolder);
+    QCOMPARE(run.status, 1);
+    const QByteArrayList names = Disk::namesIn(mFolder.toUtf8());
+    QCOMPARE(names.size(), 3);
+    QVERIFY(names[0].startsWith(".vkqt-"));
+    QCOMPARE(run.err,
+             "vkqt cp: copy: file exists\nvkqt cp: the copy is left in " + at(names[0].constData()) + '\n');
+    QCOMPARE(Disk::recordsBelow(at(names[0].constData()) + "/closed", Disk::kKindAndContent),
+             Disk::recordsBelow(at("many/closed"), Disk::kKindAndContent));
+    QVERIFY(Disk::namesIn(at("copy")).isEmpty());
 }
 
 VKTEST_MAIN(ToolCopyTest)

@@ -44,6 +44,7 @@ public:
     int folders = 0;
     int files = 0;
     std::uint64_t bytes = 0;
+    QString left; ///< the hidden folder, when its name could not be given to it and it could not be removed
 
 private:
     VKStatus copyFile(const VKQtPath& from, const VKQtPath& to) {
@@ -63,9 +64,8 @@ private:
         VKStatus status = VKQtPathUtils::copyRecursive(from, whole, mProgress.get());
         if (status == kVKStatusSuccess) {
             status = whole.move(to);
-            if (status != kVKStatusSuccess) {
-                // The first failure is the one to tell.
-                static_cast<void>(whole.remove());
+            if (status != kVKStatusSuccess && whole.remove() != kVKStatusSuccess) {
+                left = whole.path();
             }
         }
         return status;
@@ -167,6 +167,9 @@ int run(Invocation& invocation) {
     }
     if (status != kVKStatusSuccess) {
         tellFailure(invocation, invocation.arguments().at(source.status == kVKStatusSuccess ? 1 : 0), status);
+    }
+    if (!copying.left.isEmpty()) {
+        complain(u" cp: the copy is left in "_s + copying.left);
     }
     Results results(invocation);
     results.add({{u"from"_s, from.path()},
