@@ -15,6 +15,8 @@
 #include <QJsonDocument>
 #include <QProcess>
 
+#include <csignal>
+
 namespace VKTool {
 
 namespace {
@@ -82,6 +84,10 @@ GraphicsAnswers failed(const QString& sentence) {
 
 QString deathOf(const QProcess& process) {
     if (process.exitStatus() == QProcess::CrashExit) {
+        // The framework ends so where it finds no display, and some drivers where they find a fault of their own.
+        if (process.exitCode() == SIGABRT) {
+            return u"the display could not be opened, or the graphics driver gave up (signal 6)"_s;
+        }
         return u"the program that asked the graphics driver died (signal %1)"_s.arg(process.exitCode());
     }
     return u"the program that asked the graphics driver ended without an answer"_s;
