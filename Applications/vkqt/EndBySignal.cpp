@@ -1,4 +1,4 @@
-// The signal writes into a pipe; the event loop reads of it. The reader's end is an error of the output.
+// The signal writes into a pipe; the event loop reads of it. That nobody reads the output is an event of its own.
 #include "EndBySignal.h"
 
 #include <QCoreApplication>
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/epoll.h>
 #include <unistd.h>
 
 namespace VKTool {
@@ -31,9 +31,23 @@ void listen(int signal) {
     }
 }
 
-bool nobodyReads() {
-    pollfd output = {STDOUT_FILENO, 0, 0};
-    return ::poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
+/// Readable as soon as nobody reads standard output any more; -1 for an output, as a file, that has no such end. The
+/// framework's loop cannot be given the output itself: it takes no note of an end without an error, as a socket's, and
+/// would be woken by it again and again.
+int openReadersEnd() {
+    const int ends = ::epoll_create1(EPOLL_CLOEXEC);
+    epoll_event errorsAndEndsOnly = {};
+    if (ends >= 0 && ::epoll_ctl(ends, EPOLL_CTL_ADD, STDOUT_FILENO, &errorsAndEndsOnly) != 0) {
+        ::close(ends);
+        return -1;
+    }
+    return ends;
+}
+
+std::unique_ptr<QSocketNotifier> quitWhenReadable(int descriptor) {
+    auto notifier = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    return notifier;
 }
 
 } // namespace
@@ -43,17 +57,12 @@ EndBySignal::EndBySignal() {
         mError = errno;
         return;
     }
-    mNotifier = std::make_unique<QSocketNotifier>(gSignalPipe[0], QSocketNotifier::Read);
-    QObject::connect(mNotifier.get(), &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    mNotifier = quitWhenReadable(gSignalPipe[0]);
     listen(SIGINT);
     listen(SIGTERM);
-    mReader = std::make_unique<QSocketNotifier>(STDOUT_FILENO, QSocketNotifier::Exception);
-    QObject::connect(mReader.get(), &QSocketNotifier::activated, [this] {
-        mReader->setEnabled(false);
-        if (nobodyReads()) {
-            QCoreApplication::quit();
-        }
-    });
+    if (const int ends = openReadersEnd(); ends >= 0) {
+        mReader = quitWhenReadable(ends);
+    }
 }
 
 } // namespace VKTool

@@ -7,9 +7,12 @@
 
 #include <QDateTime>
 #include <QJsonObject>
+#include <QProcess>
 
 #include <csignal>
 #include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Networks;
 using namespace Qt::StringLiterals;
@@ -30,6 +33,7 @@ private Q_SLOTS:
     void watching();
     void readerLeavesWhileWatching();
     void readerLeavesWhileNothingChanges();
+    void readerOfASocketLeaves();
 };
 
 void ToolNetworkTest::init() {
@@ -177,6 +181,28 @@ void ToolNetworkTest::readerLeavesWhileNothingChanges() {
         runShell(u"\"$VKQT\" network watch | head -n 1 | cut -c 1-9; echo ${PIPESTATUS[0]}"_s);
     QCOMPARE(run.out, QByteArray("reachable\n0\n"));
     QCOMPARE(run.err, QByteArray());
+}
+
+/// As of a remote shell that is closed: such an output ends without an error.
+void ToolNetworkTest::readerOfASocketLeaves() {
+    const Uplink uplink;
+    int ends[2] = {-1, -1};
+    QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    QProcess tool;
+    tool.setChildProcessModifier([output = ends[1]] { ::dup2(output, STDOUT_FILENO); });
+    tool.start(QStringLiteral(VKQT_TOOL), {u"network"_s, u"watch"_s});
+    QVERIFY(tool.waitForStarted());
+    QCOMPARE(::close(ends[1]), 0);
+    // What nobody has read when the socket is closed would be an error.
+    QByteArray line;
+    for (char letter = 0; letter != '\n' && ::recv(ends[0], &letter, 1, 0) == 1;) {
+        line += letter;
+    }
+    QVERIFY2(line.startsWith("reachable "), line);
+    QCOMPARE(::close(ends[0]), 0);
+    QVERIFY(tool.waitForFinished(60000));
+    QCOMPARE(tool.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(tool.exitCode(), 0);
 }
 
 VKTEST_MAIN_WITH_OWN_NETWORK(ToolNetworkTest)
