@@ -26,8 +26,8 @@ namespace {
 
 VKCFRef<CFURLRef> urlOfFile(const VKQtPath& file) { return VKCFRef<CFURLRef>::adopt(file.createCFUrl()); }
 
-/// Success only for a plain file and, where that is required, one that nobody but its owner can read: who could open that
-/// is the owner or root.
+/// Success only for a plain file and, where that is required, one that nobody but its owner can read: who could open
+/// that is the owner or root.
 VKStatus checkFile(int descriptor, Privacy privacy) {
     struct stat facts = {};
     if (::fstat(descriptor, &facts) != 0) {

@@ -19,8 +19,9 @@ struct AccountSession {
 
 enum class Privacy { Required, Ignored };
 
-/// 2 when there is none, 1003 for a file that is no session, 1 (not permitted) for one that others may read, where privacy
-/// is required: it is refused as if it were no secret any more, because it is none. `session` changes only on success.
+/// 2 when there is none, 1003 for a file that is no session, 1 (not permitted) for one that others may read, where
+/// privacy is required: it is refused as if it were no secret any more, because it is none. `session` changes only on
+/// success.
 [[nodiscard]] VKStatus readSession(const VKQtPath& file, AccountSession& session,
                                    Privacy privacy = Privacy::Required);
 

@@ -12,8 +12,8 @@ namespace VKTool {
 ///     1105 -> "there is no host \"photo.invalid\""     60 -> "the server's certificate is not trusted ..."
 [[nodiscard]] QString transportReason(int error, const QString& host);
 
-/// "the server answered 404 (not found)", "the server answered 599". 0 with no transport error is a reply that memory did
-/// not suffice for.
+/// "the server answered 404 (not found)", "the server answered 599". 0 with no transport error is a reply that memory
+/// did not suffice for.
 [[nodiscard]] QString answerReason(int httpStatus);
 
 /// The address for messages: without user and password.

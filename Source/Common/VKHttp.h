@@ -85,7 +85,8 @@ public:
     void setBasicAuthentication(const QString& user, const QString& password);
 
     /// For connecting, name look-up included; 0 is libcurl's own (five minutes). Over it: error 1081. A look-up that is
-    /// given up, so or by a cancel, is not waited for. A transfer that has connected has no time limit: give it a progress object to be able to end it.
+    /// given up, so or by a cancel, is not waited for. A transfer that has connected has no time limit: give it a
+    /// progress object to be able to end it.
     void setConnectTimeout(int milliseconds);
 
     /// When true, a certificate for another host name is accepted. Deliberately not one that no trusted authority

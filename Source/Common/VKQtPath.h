@@ -390,8 +390,6 @@ public:
     [[nodiscard]] static QString dumpVKQtPathList(const QList<VKQtPath>& paths);
 
 private:
-    // The cache is a counted object: its last release deletes it.
-
     // For a text that is known to be canonical.
     struct CanonicalFolder {};
     VKQtPath(CanonicalFolder tag, QString&& text, unsigned int volumeID) noexcept;
@@ -407,7 +405,7 @@ private:
     unsigned int mVolumeID = 0;
     bool mHasVolumeID = false;
     VKCFRef<CFDataRef> mSecurityToken;
-    VKOwned<VKQtPath> mFullVolumeCache;
+    VKOwned<VKQtPath> mFullVolumeCache; // a counted object: its last release deletes it
 };
 
 /// A hash that agrees with equality: equal paths, so also those that differ only in case, have the same hash.

@@ -22,8 +22,8 @@ using Record = VKBookmarkManager::BookmarkData;
 using Owned = VKOwned<VKBookmark>;
 using OwnedManager = VKOwned<VKBookmarkManager>;
 
-/// The base of such a test class, whose init() and cleanup() call these: each test starts in a sandbox that grants nothing,
-/// without a manager.
+/// The base of such a test class, whose init() and cleanup() call these: each test starts in a sandbox that grants
+/// nothing, without a manager.
 class Test : public VKTest {
 protected:
     void begin() {

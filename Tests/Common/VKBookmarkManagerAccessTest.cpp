@@ -1,4 +1,5 @@
-// What the registry of bookmarks gives: checkouts, tokens, the access question. The bookmark calls below it are a stand-in.
+// What the registry of bookmarks gives: checkouts, tokens, the access question. The bookmark calls below it are a
+// stand-in.
 #include "BookmarkSupport.h"
 
 #include <VKCoreKit/VKFileMgr.h>
