@@ -65,8 +65,8 @@ inline bool cablesAreToldSoon() {
     return false;
 }
 
-/// `ip COMMAND`, and so for each line of several; what it does to cables has been told, and "nodad" addresses are in use
-/// when it returns. A test whose network cannot be made must not pass.
+/// `ip COMMAND`, and so for each line of several; what it does to cables has been told, and "nodad" addresses are in
+/// use when it returns. A test whose network cannot be made must not pass.
 inline void ip(const QByteArray& commands) {
     for (const QByteArray& command : commands.split('\n')) {
         const Shell::Output done = Shell::outputOf("ip " + command + " 2>&1");
