@@ -43,10 +43,20 @@ private:
         return runVkqt(QStringList{u"cp"_s} + arguments, mFolder);
     }
     [[nodiscard]] QByteArray at(const char* name) const { return mFolder.toUtf8() + '/' + name; }
+    /// Runs a copy, which stops in the middle for what the script does and goes on.
+    [[nodiscard]] ToolRun runHeld(const QString& copy, const QString& script) const;
     void makeAlbum();
+    void makeMany(const QByteArray& folder, int files);
 
     QString mFolder;
 };
+
+namespace {
+
+/// Its options say at which system calls what happens: nothing depends on who is faster.
+const QString kTraced = u"ASAN_OPTIONS=detect_leaks=0 strace -f "_s;
+
+} // namespace
 
 void ToolCopyTest::init() {
     removeAll(mFolder);
@@ -59,6 +69,23 @@ void ToolCopyTest::makeAlbum() {
     QVERIFY(makeItem(mFolder, "album/a.jpg", 1500));
     QVERIFY(makeItem(mFolder, "album/2024/b.jpg", 2500));
     Disk::makeLink(at("album/newest"), "2024/b.jpg");
+}
+
+void ToolCopyTest::makeMany(const QByteArray& folder, int files) {
+    QVERIFY(makeItem(mFolder, folder, -1));
+    for (int i = 0; i < files; ++i) {
+        QVERIFY(makeItem(mFolder, folder + '/' + QByteArray::number(i), 1));
+    }
+}
+
+ToolRun ToolCopyTest::runHeld(const QString& copy, const QString& script) const {
+    return runShell(
+        u"record=$(mktemp)\n"_s + kTraced +
+            u"-o \"$record\" -e trace=utimensat -e inject=utimensat:signal=SIGSTOP:when=10 "_s + copy +
+            u" & held=$!\n"
+            "until read -r pid _ < <(grep 'stopped by SIGSTOP' \"$record\"); do kill -0 $held || exit; done\n"_s +
+            script + u"\nwhile kill -CONT $pid 2>/dev/null; do :; done; wait $held"_s,
+        mFolder);
 }
 
 void ToolCopyTest::copiesAFile() {
@@ -236,57 +263,52 @@ void ToolCopyTest::barOnATerminal() {
 
 void ToolCopyTest::cancelled_data() {
     QTest::addColumn<QString>("signal");
-    QTest::addColumn<int>("times");
-    QTest::newRow("an orderly end") << u"TERM"_s << 1;
-    QTest::newRow("an orderly end told again and again") << u"TERM"_s << 200;
-    QTest::newRow("a terminal that is closed") << u"HUP"_s << 1;
-    QTest::newRow("Ctrl-C") << u"INT"_s << 1;
-    QTest::newRow("Ctrl-C that comes to the program and to its group") << u"INT"_s << 20;
+    QTest::addColumn<QString>("cleaning");
+    const QString none;
+    const QString first = u"-e inject=unlinkat:signal=SIG%1:when=1 "_s;
+    const QString each = u"-e inject=unlinkat:signal=SIG%1:when=1+ "_s;
+    QTest::newRow("an orderly end") << u"TERM"_s << none;
+    QTest::newRow("an orderly end told again and again") << u"TERM"_s << each;
+    QTest::newRow("a terminal that is closed") << u"HUP"_s << none;
+    QTest::newRow("Ctrl-C") << u"INT"_s << none;
+    QTest::newRow("Ctrl-C that comes to the program and to its group") << u"INT"_s << first;
 }
 
 void ToolCopyTest::cancelled() {
     QFETCH(const QString, signal);
-    QFETCH(const int, times);
-    QVERIFY(makeItem(mFolder, "album", -1));
-    for (int i = 0; i < 3000; ++i) {
-        QVERIFY(makeItem(mFolder, "album/" + QByteArray::number(i), 1));
-    }
-    // The signal comes as soon as there is a folder for the copy. A shell's background jobs would ignore Ctrl-C.
+    QFETCH(const QString, cleaning);
+    makeMany("album", 1000);
+    // The signal comes in the middle of the copy, and more while it is taken away. A shell's background jobs would
+    // ignore Ctrl-C.
     const ToolRun run = runShell(
-        u"env --default-signal=INT,HUP \"$VKQT\" cp album copy & pid=$!\n"
-        "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
-        "for ((i = 0; i < %2; ++i)); do kill -%1 $pid 2>/dev/null || break; done; wait $pid"_s.arg(signal)
-            .arg(times),
+        kTraced + u"-o /dev/null -e trace=utimensat,unlinkat -e inject=utimensat:signal=SIG%1:when=10 "
+                  "%2 env --default-signal=INT,HUP \"$VKQT\" cp album copy"_s.arg(
+                      signal, cleaning.contains(u'%') ? cleaning.arg(signal) : cleaning),
         mFolder);
     QCOMPARE(run.err, QByteArray("vkqt cp: copy: cancelled\nvkqt cp: nothing is left of the copy\n"));
     QCOMPARE(run.status, 1);
     QCOMPARE(Disk::namesIn(mFolder.toUtf8()), QByteArrayList{"album"});
-    QCOMPARE(Disk::namesIn(at("album")).size(), 3000);
+    QCOMPARE(Disk::namesIn(at("album")).size(), 1000);
 }
 
 void ToolCopyTest::secondInterruptOfAnImpatientPerson() {
-    QVERIFY(makeItem(mFolder, "album", -1));
-    Disk::makeFile(at("album/large.raw"), QByteArray(20 << 20, 'x'));
+    makeMany("album", 1000);
     // Its cleaning up is held up for more than a second; then comes the second Ctrl-C.
     const ToolRun run = runShell(
-        u"export ASAN_OPTIONS=detect_leaks=0; strace -f -o /dev/null "
-        "-e trace=copy_file_range,unlinkat "
-        "-e inject=copy_file_range:signal=SIGINT:when=1 "
-        "-e inject=unlinkat:signal=SIGINT:delay_exit=1200000:when=1 \"$VKQT\" cp album copy; exit $?"_s,
+        kTraced + u"-o /dev/null -e trace=utimensat,unlinkat -e inject=utimensat:signal=SIGINT:when=10 "
+                  "-e inject=unlinkat:signal=SIGINT:delay_exit=1200000:when=1 "
+                  "env --default-signal=INT \"$VKQT\" cp album copy; exit $?"_s,
         mFolder);
     QCOMPARE(run.status, 128 + SIGINT);
-    QCOMPARE(Disk::namesIn(at("album")), QByteArrayList{"large.raw"});
+    QCOMPARE(Disk::namesIn(at("album")).size(), 1000);
 }
 
 void ToolCopyTest::ignoredSignalStaysIgnored() {
-    QVERIFY(makeItem(mFolder, "album", -1));
-    for (int i = 0; i < 1000; ++i) {
-        QVERIFY(makeItem(mFolder, "album/" + QByteArray::number(i), 1));
-    }
+    makeMany("album", 1000);
     const ToolRun run =
-        runShell(u"trap '' TERM; \"$VKQT\" cp album copy & pid=$!\n"
-                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
-                 "kill -TERM $pid; wait $pid"_s,
+        runShell(u"trap '' TERM; "_s + kTraced +
+                     u"-o /dev/null -e trace=utimensat -e inject=utimensat:signal=SIGTERM:when=1+ "
+                     "\"$VKQT\" cp album copy"_s,
                  mFolder);
     QCOMPARE(run.status, 0);
     QCOMPARE(Disk::namesIn(at("copy")).size(), 1000);
@@ -306,17 +328,10 @@ void ToolCopyTest::fullDisk() {
 }
 
 void ToolCopyTest::somebodyElseIsFaster() {
-    QVERIFY(makeItem(mFolder, "many", -1));
-    for (int i = 0; i < 10'000; ++i) { // so that the copy lasts until it is held
-        QVERIFY(makeItem(mFolder, "many/" + QByteArray::number(i), 1));
-    }
+    makeMany("many", 1000);
     makeAlbum();
-    // The first one is held while the second one copies to the same place.
-    const ToolRun run =
-        runShell(u"\"$VKQT\" cp many copy & pid=$!\n"
-                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
-                 "kill -STOP $pid; \"$VKQT\" cp album copy; echo $?; kill -CONT $pid; wait $pid"_s,
-                 mFolder);
+    // The first one stops in the middle, and goes on when the second one has copied to the same place.
+    const ToolRun run = runHeld(u"\"$VKQT\" cp many copy"_s, u"\"$VKQT\" cp album copy; echo $?"_s);
     QVERIFY2(run.out.endsWith("\n0\n"), run.out);
     QCOMPARE(run.err, QByteArray("vkqt cp: copy: file exists\n"));
     QCOMPARE(run.status, 1);
@@ -328,19 +343,14 @@ void ToolCopyTest::somebodyElseIsFaster() {
 /// The folder's modes keep its owner from removing what is in it.
 void ToolCopyTest::tellsWhatItHasToLeave() {
     VKTEST_NEEDS(Disk::isRoot(), "root, to run the tool as another user");
-    QVERIFY(makeItem(mFolder, "many", -1) && makeItem(mFolder, "many/closed", -1));
-    for (int i = 0; i < 10'000; ++i) {
-        QVERIFY(makeItem(mFolder, "many/" + QByteArray::number(i), 1));
-    }
+    makeMany("many", 1000);
+    QVERIFY(makeItem(mFolder, "many/closed", -1));
     QVERIFY(makeItem(mFolder, "many/closed/a.jpg", 1));
     QCOMPARE(::chmod(at("many/closed").constData(), 0555), 0);
     QCOMPARE(::chmod(mFolder.toUtf8().constData(), 0777), 0);
     Disk::openForOthers(scratchFolder().toUtf8());
-    const ToolRun run =
-        runShell(u"setpriv --reuid=65534 --regid=65534 --clear-groups \"$VKQT\" cp many copy & pid=$!\n"
-                 "while ! compgen -G '.vkqt-*' >/dev/null && kill -0 $pid 2>/dev/null; do :; done\n"
-                 "kill -STOP $pid; mkdir copy; kill -CONT $pid; wait $pid"_s,
-                 mFolder);
+    const ToolRun run = runHeld(
+        u"setpriv --reuid=65534 --regid=65534 --clear-groups \"$VKQT\" cp many copy"_s, u"mkdir copy"_s);
     QCOMPARE(run.status, 1);
     const QByteArrayList names = Disk::namesIn(mFolder.toUtf8());
     QCOMPARE(names.size(), 3);
