@@ -60,9 +60,8 @@ private:
     bool mRightThread = true;
 };
 
-/// All steps into a folder that is made for it.
-int copyShown(const QByteArray& from, const QByteArray& to, Recorder& recorder) {
-    TreeCopy copy(TreeScope::Shown, {}, recorder);
+/// All steps but the last into a folder that is made for it.
+int copyUnfinished(TreeCopy& copy, const QByteArray& from, const QByteArray& to) {
     int error = copy.scan(from, false);
     if (error == 0) {
         error = ::mkdir(to.constData(), 0700) == 0 ? copy.openTarget(to, true) : errno;
@@ -70,9 +69,12 @@ int copyShown(const QByteArray& from, const QByteArray& to, Recorder& recorder) 
     if (error == 0) {
         error = copy.makeFolders();
     }
-    if (error == 0) {
-        error = copy.copyItems();
-    }
+    return error == 0 ? copy.copyItems() : error;
+}
+
+int copyShown(const QByteArray& from, const QByteArray& to, Recorder& recorder) {
+    TreeCopy copy(TreeScope::Shown, {}, recorder);
+    const int error = copyUnfinished(copy, from, to);
     return error == 0 ? copy.finishFolders() : error;
 }
 
@@ -106,6 +108,7 @@ private Q_SLOTS:
     void existingNamesInTheTarget();
     void deepTree();
     void unreadableFolder();
+    void scanIsEndedWithinAFolder_data();
     void scanIsEndedWithinAFolder();
     void whatIsLeftCanBeRemoved();
     void names_data();
@@ -428,10 +431,17 @@ void TreeCopyTest::unreadableFolder() {
     QVERIFY(!Disk::exists(at("copy")));
 }
 
+void TreeCopyTest::scanIsEndedWithinAFolder_data() {
+    QTest::addColumn<QByteArray>("begin");
+    QTest::newRow("files that are copied") << QByteArray("a");
+    QTest::newRow("files that are left out") << QByteArray(".a");
+}
+
 void TreeCopyTest::scanIsEndedWithinAFolder() {
+    QFETCH(QByteArray, begin);
     Disk::makeFolder(at("from"));
     for (int i = 0; i < 100; ++i) {
-        Disk::makeFile(at("from/") + QByteArray::number(i));
+        Disk::makeFile(at("from/") + begin + QByteArray::number(i));
     }
     Recorder recorder;
     recorder.checksUntilCancelled = 50;
@@ -457,23 +467,12 @@ void TreeCopyTest::whatIsLeftCanBeRemoved() {
     const int result = Disk::asOtherUser([&] {
         Recorder recorder;
         TreeCopy copy(TreeScope::Shown, {}, recorder);
-        int error = copy.scan(from, false);
-        if (error == 0) {
-            error = ::mkdir(to.constData(), 0700) == 0 ? copy.openTarget(to, true) : errno;
-        }
-        if (error == 0) {
-            error = copy.makeFolders();
-        }
-        if (error == 0) {
-            error = copy.copyItems();
-        }
-        if (error != 0) {
+        if (const int error = copyUnfinished(copy, from, to); error != 0) {
             return error;
         }
         // Two folders are finished by then.
         recorder.checksUntilCancelled = 2;
-        error = copy.finishFolders();
-        return error == ECANCELED ? removeTree(to) : 255;
+        return copy.finishFolders() == ECANCELED ? removeTree(to) : 255;
     });
     QCOMPARE(result, 0);
     QVERIFY(!Disk::exists(to));

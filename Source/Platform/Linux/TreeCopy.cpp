@@ -132,6 +132,10 @@ int TreeCopy::State::list(int folder, std::vector<ListedEntry>& out) {
         return error;
     }
     for (FolderListing::Entry found; listing.next(found);) {
+        // Each time: on a slow server a few entries take as long as a person waits.
+        if (watcher.isCancelled()) {
+            return ECANCELED;
+        }
         if (scope == TreeScope::Shown && isHiddenName(found.name)) {
             continue;
         }
@@ -144,10 +148,6 @@ int TreeCopy::State::list(int folder, std::vector<ListedEntry>& out) {
         }
         if (entry.kind != FileKind::Special && entry.kind != FileKind::Unknown) {
             out.push_back(std::move(entry));
-        }
-        // Each time: on a slow server a few entries take as long as a person waits.
-        if (watcher.isCancelled()) {
-            return ECANCELED;
         }
     }
     return listing.error();
