@@ -35,6 +35,11 @@ struct ServedPlace {
     QByteArray place;
 };
 
+/// The place of the mount that the kernel numbers so: another mount there is another server.
+[[nodiscard]] inline ServedPlace servedPlace(int mount, const QByteArray& place) {
+    return {QByteArray::number(mount) + ' ' + place, place};
+}
+
 /// Asks them all at the same time. In their order. One that has not answered an earlier question yet is silent at
 /// once, so that a dead server costs one process and the waiting once. Any thread.
 [[nodiscard]] std::vector<ServedSpace> askServedSpace(const std::vector<ServedPlace>& places);

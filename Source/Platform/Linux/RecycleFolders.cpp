@@ -286,7 +286,7 @@ std::vector<BinCandidate> volumeBinCandidates() {
             if (isOrdinary(mount)) {
                 places.append(place);
                 if (viewOf(mnt_fs_get_fstype(mount)).startsWith("fuse")) {
-                    served.push_back({QByteArray::number(mnt_fs_get_id(mount)) + ' ' + place, place});
+                    served.push_back(servedPlace(mnt_fs_get_id(mount), place));
                 }
             }
         }

@@ -26,11 +26,6 @@ VolumeFacts askFileSystem(const QByteArray& place) {
     return {true, VolumeSpace{record.f_blocks * block, record.f_bavail * block}};
 }
 
-/// Another mount at the same place is another server.
-ServedPlace servedPlace(const MountEntry& mount) {
-    return {QByteArray::number(mount.id) + ' ' + mount.place, mount.place};
-}
-
 VolumeFacts factsOf(const ServedSpace& answer) {
     if (answer.state == ServerState::Silent) {
         return {};
@@ -70,7 +65,7 @@ std::vector<VolumeFacts> volumeFacts(const std::vector<Volume>& volumes) {
     std::vector<ServedPlace> places;
     for (const Volume& volume : volumes) {
         if (isServed(volume.mount)) {
-            places.push_back(servedPlace(volume.mount));
+            places.push_back(servedPlace(volume.mount.id, volume.mount.place));
         }
     }
     const std::vector<ServedSpace> answers = askServedSpace(places);
