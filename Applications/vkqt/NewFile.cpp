@@ -55,11 +55,11 @@ VKStatus writeFile(const VKQtPath& path, const QByteArray& content, Existing exi
     }
     const VKCFRef<CFURLRef> hidden = hiddenSibling(url.get());
     VKStatus status = VKFileMgrWriteFileContents(data.get(), hidden.get());
-    if (status != kVKStatusSuccess) {
-        return status;
+    if (status == kVKStatusSuccess) {
+        status = VKFileMgrMoveFile(hidden.get(), url.get());
     }
-    status = VKFileMgrMoveFile(hidden.get(), url.get());
     if (status != kVKStatusSuccess) {
+        // Also after a failed write: it may be there, and only its folder could not be flushed.
         static_cast<void>(VKFileMgrDeleteFile(hidden.get()));
     }
     return status;

@@ -60,6 +60,7 @@ private Q_SLOTS:
     void interrupted();
     void interruptedWhileItWrites_data();
     void interruptedWhileItWrites();
+    void folderThatCannotBeFlushed();
     void bar();
     void verbose_data();
     void verbose();
@@ -560,6 +561,18 @@ void ToolHttpTest::interruptedWhileItWrites() {
     QVERIFY2(trace.contains(QByteArray("--- " + signal.toUtf8())), trace.constData());
     QCOMPARE(contentOf(u"new"_s), QByteArray("content"));
     QCOMPARE(entries(), QStringList({u"new"_s, u"trace"_s}));
+}
+
+void ToolHttpTest::folderThatCannotBeFlushed() {
+    VKTEST_NEEDS(!QStandardPaths::findExecutable(u"strace"_s).isEmpty(), "strace");
+    mServer->reply(Reply::ok("content"));
+    const ToolRun run =
+        runShell(u"export ASAN_OPTIONS=detect_leaks=0; exec strace -qq -o /dev/null -e trace=fsync "
+                 "-e inject=fsync:error=EIO \"$VKQT\" http get -o new %1"_s.arg(url()),
+                 mFolder);
+    QCOMPARE(run.err, QByteArray("vkqt http: new: input/output error\n"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(entries(), QStringList());
 }
 
 void ToolHttpTest::bar() {
