@@ -4,6 +4,8 @@
 #include "Platform/ReadableFile.h"
 
 #include "Support/DiskSupport.h"
+#include "Support/ItemRecord.h"
+#include "Support/ShellCommand.h"
 #include "Support/VKTest.h"
 
 #include <algorithm>
@@ -84,7 +86,9 @@ private Q_SLOTS:
     void modes_data();
     void modes();
     void ownerIsKept();
+    void attributesAreKept();
     void links();
+    void longChains();
     void refused_data();
     void refused();
     void wrongOrder();
@@ -232,6 +236,29 @@ void AtomicFileTest::ownerIsKept() {
     QCOMPARE(record.st_uid, 65534U);
     QCOMPARE(record.st_gid, 1234U);
     QCOMPARE(record.st_mode & 07777U, 0640U);
+}
+
+void AtomicFileTest::attributesAreKept() {
+    Disk::makeFile(path(), "old");
+    VKTEST_NEEDS(Disk::setAttribute(path(), "user.rating", "5"), "a file system with attributes");
+    QCOMPARE(replaceWith(path(), "new"), 0);
+    QVERIFY(Disk::attributesOf(path()).contains("user.rating"));
+    VKTEST_NEEDS(Shell::outputOf("setfacl -m u:65534:r '" + path() + '\'').status == 0,
+                 "setfacl and a file system with access lists");
+    const QByteArray before = Disk::attributesOf(path());
+    QVERIFY(before.contains("system.posix_acl_access"));
+    QCOMPARE(replaceWith(path(), "newer"), 0);
+    QCOMPARE(Disk::attributesOf(path()), before);
+}
+
+void AtomicFileTest::longChains() {
+    Disk::makeFile(mRoot + "/0", "old");
+    for (int i = 1; i <= 41; ++i) {
+        Disk::makeLink(mRoot + '/' + QByteArray::number(i), QByteArray::number(i - 1));
+    }
+    QCOMPARE(replaceWith(mRoot + "/40", "forty"), 0);
+    QCOMPARE(Disk::contentOf(mRoot + "/0"), QByteArray("forty"));
+    QCOMPARE(replaceWith(mRoot + "/41", "x"), ELOOP);
 }
 
 void AtomicFileTest::links() {

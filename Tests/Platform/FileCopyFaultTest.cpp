@@ -4,11 +4,13 @@
 
 #include "Platform/CopyTestSupport.h"
 #include "Support/FaultInjection.h"
+#include "Support/ShellCommand.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <optional>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using namespace VKPlatform;
 using namespace CopyTest;
@@ -52,6 +54,8 @@ private Q_SLOTS:
 
     void fallingBack_data();
     void fallingBack();
+    void namelessFilesUnknown_data();
+    void namelessFilesUnknown();
     void shortTransfers_data();
     void shortTransfers();
     void endedByTheWatcher_data();
@@ -62,6 +66,8 @@ private Q_SLOTS:
     void everyAllocationFailing();
     void whatCannotBeKeptIsNoFailure_data();
     void whatCannotBeKeptIsNoFailure();
+    void attributesTooLong();
+    void attributesRemovedMeanwhile();
     void flushes();
     void sourceThatChanges_data();
     void sourceThatChanges();
@@ -121,6 +127,35 @@ void FileCopyFaultTest::fallingBack() {
     QCOMPARE(Disk::recordOf(at("b"), Disk::kAllParts), Disk::recordOf(at("a"), Disk::kAllParts));
     QCOMPARE(Disk::recordOf(at("sparse b"), Disk::kAllParts), Disk::recordOf(at("sparse"), Disk::kAllParts));
     QVERIFY(allocatedBytes(at("sparse b")) < 1'000'000);
+}
+
+void FileCopyFaultTest::namelessFilesUnknown_data() {
+    QTest::addColumn<int>("error");
+    QTest::addColumn<bool>("isHealed");
+    QTest::newRow("the file system") << EOPNOTSUPP << true;
+    QTest::newRow("a kernel that sees a folder opened for writing") << EISDIR << true;
+    QTest::newRow("a file system that does not know the flag") << EINVAL << true;
+    QTest::newRow("a kernel without the call") << ENOSYS << true;
+    QTest::newRow("not allowed") << EACCES << false;
+}
+
+void FileCopyFaultTest::namelessFilesUnknown() {
+    QFETCH(int, error);
+    makePhoto(at("a"), 100'000);
+    int healed = 0;
+    for (Faults::Loop loop(Faults::kOpens, error); loop.next();) {
+        int result = 0;
+        {
+            const Faults::Armed armed = loop.arm();
+            result = copyFile(at("a"), at("b"), {}, nullptr);
+        }
+        healed += loop.wasMet() && result == 0 ? 1 : 0;
+        if (result == 0) {
+            QCOMPARE(Disk::recordOf(at("b"), Disk::kAllParts), Disk::recordOf(at("a"), Disk::kAllParts));
+            QCOMPARE(::unlink(at("b").constData()), 0);
+        }
+    }
+    QTEST(healed == 1, "isHealed");
 }
 
 void FileCopyFaultTest::shortTransfers_data() {
@@ -293,6 +328,39 @@ void FileCopyFaultTest::whatCannotBeKeptIsNoFailure() {
         QCOMPARE(copyFile(at("a"), at("b"), {CopyFlush::Leave, CopyOwner::Keep}, nullptr), 0);
     }
     QCOMPARE(Disk::contentOf(at("b")), Disk::contentOf(at("a")));
+}
+
+// A user's attribute may be lost, an access list may not: without it the copy would be open to others than the source.
+void FileCopyFaultTest::attributesTooLong() {
+    makePhoto(at("a"), 1000);
+    {
+        const Faults::Unsupported unsupported("fsetxattr", E2BIG);
+        QCOMPARE(copyFile(at("a"), at("b"), {}, nullptr), 0);
+    }
+    VKTEST_NEEDS(Shell::outputOf("setfacl -m u:65534:rwx '" + at("a") + '\'').status == 0,
+                 "setfacl and a file system with access lists");
+    const Faults::Unsupported unsupported("fsetxattr", E2BIG);
+    QCOMPARE(copyFile(at("a"), at("c"), {}, nullptr), E2BIG);
+    QVERIFY(!Disk::exists(at("c")));
+}
+
+void FileCopyFaultTest::attributesRemovedMeanwhile() {
+    makePhoto(at("a"), 1000);
+    bool wasAsked = false;
+    for (Faults::Loop loop(Faults::kReads, ENODATA); loop.next();) {
+        const QByteArray to = at("to") + QByteArray::number(loop.met());
+        int result = 0;
+        {
+            const Faults::Armed armed = loop.arm();
+            result = copyFile(at("a"), to, {}, nullptr);
+        }
+        if (loop.failedCall() == "fgetxattr") {
+            wasAsked = true;
+            QCOMPARE(result, 0);
+            QVERIFY(!Disk::attributesOf(to).contains("user.rating"));
+        }
+    }
+    QVERIFY(wasAsked);
 }
 
 void FileCopyFaultTest::flushes() {

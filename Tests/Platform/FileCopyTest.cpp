@@ -38,6 +38,7 @@ private Q_SLOTS:
     void attributesOnAFullDisk();
     void accessLists();
     void listsOfTheFolderAreNotTheCopys();
+    void accessTime();
     void setUserBits();
     void ownersAreKeptOnRequest();
     void links_data();
@@ -313,6 +314,19 @@ void FileCopyTest::listsOfTheFolderAreNotTheCopys() {
     QCOMPARE(Disk::recordOf(at("open/b"), Disk::kAllParts), Disk::recordOf(at("a"), Disk::kAllParts));
 }
 
+void FileCopyTest::accessTime() {
+    makePhoto(at("a"), 10);
+    const timespec times[2] = {{.tv_sec = 987'654'321, .tv_nsec = 123'456'789},
+                               {.tv_sec = 1'234'567'890, .tv_nsec = 987'654'321}};
+    QCOMPARE(::utimensat(AT_FDCWD, at("a").constData(), times, 0), 0);
+    QCOMPARE(copyFile(at("a"), at("b"), {}, nullptr), 0);
+    struct stat copy;
+    QCOMPARE(::stat(at("b").constData(), &copy), 0);
+    QCOMPARE(copy.st_atim.tv_sec, times[0].tv_sec);
+    QCOMPARE(copy.st_atim.tv_nsec, times[0].tv_nsec);
+    QCOMPARE(copy.st_mtim.tv_sec, times[1].tv_sec);
+}
+
 void FileCopyTest::setUserBits() {
     makePhoto(at("mine"), 10);
     QCOMPARE(::chmod(at("mine").constData(), 06755), 0);
@@ -323,6 +337,11 @@ void FileCopyTest::setUserBits() {
     QCOMPARE(::chmod(at("mine").constData(), 06755), 0);
     QCOMPARE(copyFile(at("mine"), at("mine 3"), {}, nullptr), 0);
     QCOMPARE(Disk::modeOf(at("mine 3")), 0755U);
+    // Of this user, but lent by another group.
+    QCOMPARE(::chown(at("mine").constData(), 0, 65534), 0);
+    QCOMPARE(::chmod(at("mine").constData(), 02755), 0);
+    QCOMPARE(copyFile(at("mine"), at("mine 4"), {}, nullptr), 0);
+    QCOMPARE(Disk::modeOf(at("mine 4")), 0755U);
 }
 
 void FileCopyTest::ownersAreKeptOnRequest() {

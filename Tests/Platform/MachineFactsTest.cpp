@@ -53,6 +53,7 @@ void MachineFactsTest::facts_data() {
     is("LENOVO\n", "LENOVO");
     is(" Precision  5560 \n", "Precision 5560");
     is("\tMac\r\nPro", "Mac Pro");
+    is("Mac\x7fPro", "Mac Pro");
     is("OptiPlex 7050", "OptiPlex 7050");
     is("7050", "7050");
     is("X1", "X1");
@@ -89,6 +90,9 @@ void MachineFactsTest::facts_data() {
     isNone("00000000");
     isNone("xxxxxxxxxx");
     isNone("XXXX");
+    isNone("xx");
+    isNone("1234");
+    is("123", "123");
     isNone("-");
     isNone("...");
     isNone("????");
@@ -278,6 +282,8 @@ void MachineFactsTest::processors_data() {
                            << QByteArray("POWER9, altivec supported");
     QTest::newRow("MIPS") << QByteArray("system type\t: Loongson\ncpu model\t\t: Loongson-3A R4\n")
                           << QByteArray("Loongson-3A R4");
+    QTest::newRow("keys that begin like one that counts")
+        << QByteArray("cpu family\t: x6\ncpu models\t: x7\nmodel names\t: x8\n") << QByteArray();
     QTest::newRow("a line without a colon") << QByteArray("model name\n") << QByteArray();
     QTest::newRow("empty") << QByteArray() << QByteArray();
 }

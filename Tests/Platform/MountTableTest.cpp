@@ -160,7 +160,7 @@ void MountTableTest::options_data() {
     row("last", "noatime,ro", "ro", true);
     row("alone", "ro", "ro", true);
     row("with a value", "rw,x-gvfs-hide=yes", "x-gvfs-hide", true);
-    row("beginning of another", "rw,x-gvfs-hidden", "x-gvfs-hide", false);
+    row("beginning of another", "rw,x-gvfs-hidelike", "x-gvfs-hide", false);
     row("value of another", "rw,name=ro", "ro", false);
     row("none", "", "ro", false);
     row("empty option", "rw,,ro", "", false);

@@ -279,6 +279,11 @@ void NetlinkMessagesTest::routeOfSeveralWays() {
     QVERIFY(route->hops[0].interface == 3 && route->hops[0].hasGateway && route->hops[0].isDead);
     QVERIFY(route->hops[1].interface == 4 && !route->hops[1].hasGateway && route->hops[1].isDead);
     QVERIFY(route->hops[2].interface == 5 && route->hops[2].hasGateway && !route->hops[2].isDead);
+    // A way whose interface has gone is one still: the others count.
+    const auto withGone = routeOf(bytesOf(routeHeader()) +
+                                  attribute(RTA_MULTIPATH, nextHop(0, RTNH_F_DEAD, {}) + nextHop(5, 0, via)));
+    QVERIFY(withGone.has_value());
+    QCOMPARE(withGone->hops.back().interface, 5U);
     // A way whose length leads nowhere, or out.
     for (const int length : {0, 7, int(ways.size()) + 1}) {
         QByteArray wrong = ways;
@@ -356,6 +361,7 @@ void NetlinkMessagesTest::interfaceAddress_data() {
         << int(RT_SCOPE_UNIVERSE) << unsigned(IFA_F_TENTATIVE | IFA_F_OPTIMISTIC) << u"g-u"_s;
     QTest::newRow("somebody else's") << int(RT_SCOPE_UNIVERSE) << unsigned(IFA_F_TENTATIVE | IFA_F_DADFAILED)
                                      << u"g--"_s;
+    QTest::newRow("somebody else's, kept") << int(RT_SCOPE_UNIVERSE) << unsigned(IFA_F_DADFAILED) << u"g--"_s;
     QTest::newRow("site") << int(RT_SCOPE_SITE) << 0U << u"g-u"_s;
     QTest::newRow("link") << int(RT_SCOPE_LINK) << 0U << u"-lu"_s;
     QTest::newRow("machine") << int(RT_SCOPE_HOST) << 0U << u"--u"_s;

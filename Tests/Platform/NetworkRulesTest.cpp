@@ -43,14 +43,15 @@ NetworkAddress address(std::initializer_list<std::uint8_t> first, AddressFamily 
 NetworkAddress v4(std::initializer_list<std::uint8_t> first) { return address(first, AddressFamily::IPv4); }
 NetworkAddress v6(std::initializer_list<std::uint8_t> first) { return address(first, AddressFamily::IPv6); }
 
-/// Interfaces: 1 works, 2 is down, 3 is without a cable, 4 waits, 5 is a tunnel, 6 the loopback.
+/// Interfaces: 1 works, 2 is down, 3 is without a cable, 4 waits, 5 is a tunnel, 6 the loopback, 7 is down and would wait.
 Facts someFacts(AddressFamily family = AddressFamily::IPv4) {
     Facts facts;
     facts.family = family;
     facts.rules = usualRules();
     facts.links = {{1, {1, true, true, false, false}},  {2, {2, false, false, false, false}},
                    {3, {3, true, false, false, false}}, {4, {4, true, false, true, false}},
-                   {5, {5, true, true, false, true}},   {6, {6, true, true, false, false, true}}};
+                   {5, {5, true, true, false, true}},   {6, {6, true, true, false, false, true}},
+                   {7, {7, false, false, true, false}}};
     return facts;
 }
 
@@ -158,6 +159,7 @@ void NetworkRulesTest::internet_data() {
     QTest::newRow("interface down") << Routes{route(2)} << usual << none;
     QTest::newRow("no cable") << Routes{route(3)} << usual << none;
     QTest::newRow("interface that waits") << Routes{route(4)} << usual << u"required"_s;
+    QTest::newRow("interface that would wait, but is down") << Routes{route(7)} << usual << none;
     QTest::newRow("interface unknown") << Routes{route(9)} << usual << none;
     QTest::newRow("the kernel says it is dead") << Routes{dead(route(1))} << usual << none;
     QTest::newRow("no cable, then one that works")
@@ -176,6 +178,9 @@ void NetworkRulesTest::internet_data() {
     QTest::newRow("kept here") << Routes{with(route(1), RouteKind::Local)} << usual << none;
     QTest::newRow("both halves") << Routes{route(5, 0, Coverage::LowerHalf), route(5, 0, Coverage::UpperHalf)}
                                  << usual << u"reachable transient"_s;
+    QTest::newRow("both halves, two ways: the lower one's")
+        << Routes{route(1, 0, Coverage::LowerHalf), route(5, 0, Coverage::UpperHalf)} << usual
+        << u"reachable"_s;
     QTest::newRow("lower half") << Routes{route(1, 0, Coverage::LowerHalf)} << usual << none;
     QTest::newRow("upper half") << Routes{route(1, 0, Coverage::UpperHalf)} << usual << none;
     QTest::newRow("halves go before the whole")

@@ -4,6 +4,7 @@
 
 #include "Platform/CopyTestSupport.h"
 #include "Platform/FileRemoval.h"
+#include "Support/ShellCommand.h"
 
 #include <atomic>
 #include <thread>
@@ -104,6 +105,7 @@ private Q_SLOTS:
     void reportsInOrder();
     void targetInsideTheSource();
     void existingTarget();
+    void existingFolderWithListForNewItems();
     void existingNamesInTheTarget_data();
     void existingNamesInTheTarget();
     void deepTree();
@@ -351,6 +353,27 @@ void TreeCopyTest::existingTarget() {
     QVERIFY(Disk::recordOf(at("copy"), Disk::kTimes).endsWith(" 6.6"));
     QCOMPARE(Disk::recordOf(at("copy/2025"), Disk::kCopiedParts),
              Disk::recordOf(at("album/2025"), Disk::kCopiedParts));
+}
+
+void TreeCopyTest::existingFolderWithListForNewItems() {
+    for (const char* folder : {"album", "album/1", "album/2", "copy", "copy/2"}) {
+        Disk::makeFolder(at(folder));
+    }
+    Disk::makeFile(at("album/1/a"), "a");
+    Disk::makeFile(at("album/2/b"), "b");
+    VKTEST_NEEDS(Shell::outputOf("setfacl -d -m u:65534:rwx '" + at("copy/2") + '\'').status == 0,
+                 "setfacl and a file system with access lists");
+    Recorder recorder;
+    TreeCopy copy(TreeScope::Shown, {}, recorder);
+    QCOMPARE(copy.scan(at("album"), false), 0);
+    QCOMPARE(copy.openTarget(at("copy"), false), 0);
+    QCOMPARE(copy.makeFolders(), 0);
+    QCOMPARE(copy.copyItems(), 0);
+    QCOMPARE(copy.finishFolders(), 0);
+    for (const char* file : {"1/a", "2/b"}) {
+        QCOMPARE(Disk::recordOf(at("copy") + '/' + file, Disk::kAllParts),
+                 Disk::recordOf(at("album") + '/' + file, Disk::kAllParts));
+    }
 }
 
 void TreeCopyTest::existingNamesInTheTarget_data() {

@@ -7,13 +7,31 @@
 #include "Support/VKTest.h"
 
 #include <QRandomGenerator>
+#include <QScopeGuard>
 
 #include <cerrno>
+#include <dlfcn.h>
 #include <iterator>
 #include <limits>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace VKPlatform;
+
+namespace {
+
+/// What file systems say is the length of the longest name; 0: the truth.
+long gNameLimit = 0;
+
+} // namespace
+
+// Before the C library's own.
+extern "C" long fpathconf(int file, int name) noexcept {
+    if (gNameLimit > 0 && name == _PC_NAME_MAX) {
+        return gNameLimit;
+    }
+    return reinterpret_cast<decltype(&::fpathconf)>(::dlsym(RTLD_NEXT, "fpathconf"))(file, name);
+}
 
 class UniqueNameTest : public VKTest {
     Q_OBJECT
@@ -47,6 +65,7 @@ private Q_SLOTS:
     void missingAndClosedFolders();
     void caseIsIgnoredWhereTheDiskDoes();
     void shortNamesOnly();
+    void shortNamesOfExfat();
 
 private:
     [[nodiscard]] QByteArray unique(const QString& name, int firstNumber = 0,
@@ -381,6 +400,10 @@ void UniqueNameTest::tries() {
     take("a copy 2147483647.jpg");
     QCOMPARE(uniqueName(mRoot, u"a.jpg"_s, NameShape::File, kCopy, std::numeric_limits<int>::max(), out),
              EEXIST);
+    // Not into the name without a number either, which is free here.
+    take("b copy 2147483647.jpg");
+    QCOMPARE(uniqueName(mRoot, u"b.jpg"_s, NameShape::File, kCopy, std::numeric_limits<int>::max(), out),
+             EEXIST);
 }
 
 void UniqueNameTest::missingAndClosedFolders() {
@@ -418,8 +441,20 @@ void UniqueNameTest::caseIsIgnoredWhereTheDiskDoes() {
     QCOMPARE(unique(u"one.jpg"_s), QByteArray("one copy 2.jpg"));
 }
 
-// A file system that takes less than 255 bytes in a name.
 void UniqueNameTest::shortNamesOnly() {
+    gNameLimit = 20;
+    const auto restore = qScopeGuard([] { gNameLimit = 0; });
+    QCOMPARE(unique(QString(20, u'n')), QByteArray(20, 'n'));
+    QCOMPARE(unique(QString(21, u'n')), QByteArray(20, 'n'));
+    take(QByteArray(20, 'n'));
+    QCOMPARE(unique(QString(20, u'n')), QByteArray(QByteArray(15, 'n') + " copy"));
+    // One that counts in other units tells more than the bytes that a program may count on.
+    gNameLimit = 1530;
+    QCOMPARE(unique(QString(300, u'm')), QByteArray(255, 'm'));
+}
+
+// A file system that counts in UTF-16 units.
+void UniqueNameTest::shortNamesOfExfat() {
     const Disk::LoopFileSystem exfat("exfat", mRoot);
     VKTEST_NEEDS(exfat.isMounted(), "root, loop devices and exfat in user space");
     const QByteArray name = unique(QString(300, u'\u4E2D'));
