@@ -12,8 +12,9 @@
 namespace VKPlatform {
 
 enum class CopyFlush : std::uint8_t {
-    Leave,  ///< the system stores in its own time
-    ToDisk, ///< the content, and then the name, are on the disk when the function returns
+    Leave,    ///< the system stores in its own time
+    ByCaller, ///< the caller flushes many together; what is long is on its way to the disk by then
+    ToDisk,   ///< the content, and then the name, are on the disk when the function returns
 };
 
 enum class CopyOwner : std::uint8_t {

@@ -110,6 +110,9 @@ int ioctl(int file, unsigned long request, ...) noexcept {
 int fsync(int file) { PASS_ON(kFlushes, fsync, file); }
 int fdatasync(int file) { PASS_ON(kFlushes, fdatasync, file); }
 int syncfs(int file) noexcept { PASS_ON(kFlushes, syncfs, file); }
+int sync_file_range(int file, off64_t offset, off64_t size, unsigned flags) {
+    PASS_ON(kFlushes, sync_file_range, file, offset, size, flags);
+}
 
 int link(const char* from, const char* to) noexcept { PASS_ON(kNames, link, from, to); }
 int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept {

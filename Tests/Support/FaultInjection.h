@@ -28,7 +28,7 @@ namespace Faults {
 /// Groups of calls; combine them with |.
 enum Calls : unsigned {
     kContent = 1U << 0,  ///< write, pwrite, copy_file_range, sendfile, ftruncate, fallocate, ioctl
-    kFlushes = 1U << 1,  ///< fsync, fdatasync, syncfs
+    kFlushes = 1U << 1,  ///< fsync, fdatasync, syncfs, sync_file_range
     kNames = 1U << 2,    ///< link, linkat, symlink, symlinkat, rename, renameat, renameat2, mkdir, mkdirat
     kRemovals = 1U << 3, ///< unlink, unlinkat, rmdir: also what cleans up, so some debris is to be expected
     kAttributes =

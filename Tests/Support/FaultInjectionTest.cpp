@@ -58,6 +58,7 @@ void FaultInjectionTest::eachCallFails_data() {
     row("fsync", Faults::kFlushes, [](const char*) { return ::fsync(-1); });
     row("fdatasync", Faults::kFlushes, [](const char*) { return ::fdatasync(-1); });
     row("syncfs", Faults::kFlushes, [](const char*) { return ::syncfs(-1); });
+    row("sync_file_range", Faults::kFlushes, [](const char*) { return ::sync_file_range(-1, 0, 0, 0); });
     row("link", Faults::kNames, [](const char* path) { return ::link(path, path); });
     row("linkat", Faults::kNames, [](const char* path) { return ::linkat(-1, path, -1, path, 0); });
     row("symlink", Faults::kNames, [](const char* path) { return ::symlink("", path); });

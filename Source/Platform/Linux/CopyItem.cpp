@@ -19,28 +19,51 @@ bool isSame(const struct stat& before, const struct stat& now) {
            before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
 }
 
-/// Flushes what has come together: at the end it would all have to go to the disk at once, where nobody who cancels
-/// is heard.
-class FlushingWatcher final : public CopyWatcher {
+/// Of a file system that has nothing to flush.
+bool isUnknownCall(int error) {
+    return error == EINVAL || error == ENOSYS || error == EROFS || error == ENOTSUP;
+}
+
+/// Sends what has come together on its way to the disk, and waits for what went before it: at the end it would all have
+/// to be written at once, where nobody who cancels is heard. No flush: that comes at the end all the same.
+class PacingWatcher final : public CopyWatcher {
 public:
-    FlushingWatcher(int file, CopyWatcher* watcher) : mFile(file), mWatcher(watcher) {}
+    PacingWatcher(int file, CopyWatcher* watcher) : mFile(file), mWatcher(watcher) {}
 
     int copied(std::uint64_t bytes) override {
         if (const int answer = mWatcher == nullptr ? 0 : mWatcher->copied(bytes); answer != 0) {
             return answer;
         }
-        mWaiting += bytes;
-        if (mWaiting < kFlushEveryBytes) {
+        mCopied += static_cast<std::int64_t>(bytes);
+        if (mCopied - mSent < kPaceBytes) {
             return 0;
         }
-        mWaiting = 0;
-        return flushToDisk(mFile);
+        const std::int64_t before = std::exchange(mSent, mCopied);
+        int error = write(before, mSent, SYNC_FILE_RANGE_WRITE);
+        if (error == 0 && before > mWritten) {
+            error = write(mWritten, before,
+                          SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+        }
+        mWritten = before;
+        return error;
     }
 
 private:
+    static constexpr std::int64_t kPaceBytes = kLargestCopyStep;
+
+    /// A failure to store is told once only, so that it must not be passed over here.
+    [[nodiscard]] int write(std::int64_t begin, std::int64_t end, unsigned flags) const {
+        if (retried([&] { return ::sync_file_range(mFile, begin, end - begin, flags); }) == 0) {
+            return 0;
+        }
+        return isUnknownCall(errno) || errno == ESPIPE || errno == EPERM ? 0 : errno;
+    }
+
     int mFile;
     CopyWatcher* mWatcher;
-    std::uint64_t mWaiting = 0;
+    std::int64_t mCopied = 0;
+    std::int64_t mSent = 0;    // on its way
+    std::int64_t mWritten = 0; // waited for
 };
 
 } // namespace
@@ -65,8 +88,8 @@ int openSource(int folder, const char* name, CopySource& out) {
 int copyInto(ContentCopier& copier, const CopySource& source, const CopyTarget& target, CopyRules rules,
              CopyWatcher* watcher) {
     const int to = target.file.get();
-    FlushingWatcher flushing(to, watcher);
-    CopyWatcher* const follower = rules.flush == CopyFlush::ToDisk ? &flushing : watcher;
+    PacingWatcher pacing(to, watcher);
+    CopyWatcher* const follower = rules.flush == CopyFlush::Leave ? watcher : &pacing;
     if (const int error = copier.copy(source.file, source.record, target.file, target.device, follower);
         error != 0) {
         return error;
@@ -79,7 +102,7 @@ int copyInto(ContentCopier& copier, const CopySource& source, const CopyTarget& 
         error != 0) {
         return error;
     }
-    if (rules.flush == CopyFlush::Leave) {
+    if (rules.flush != CopyFlush::ToDisk) {
         return 0;
     }
     struct stat now;
@@ -114,7 +137,7 @@ int flushToDisk(int file) {
     if (retried([&] { return ::fsync(file); }) == 0) {
         return 0;
     }
-    return errno == EINVAL || errno == ENOSYS || errno == EROFS || errno == ENOTSUP ? 0 : errno;
+    return isUnknownCall(errno) ? 0 : errno;
 }
 
 int flushFolder(const FileDescriptor& folder) {

@@ -36,9 +36,6 @@ struct CopyTarget {
 [[nodiscard]] int copyLink(int fromFolder, const char* name, int toFolder, const char* newName,
                            CopyOwner owner);
 
-/// How much of a copy that is to be on the disk may wait in memory.
-inline constexpr std::uint64_t kFlushEveryBytes = std::uint64_t{16} << 20;
-
 /// Flushes a file or a folder. A file system that knows no flush has nothing to flush. errno.
 [[nodiscard]] int flushToDisk(int file);
 

@@ -86,7 +86,7 @@ int copyBeside(const Place& from, const Place& to, CopyWatcher* watcher, Place& 
         return errno;
     }
     TreeFlush flush(watcher);
-    const CopyRules rules = {flush.begin(copy.folder) ? CopyFlush::Leave : CopyFlush::ToDisk,
+    const CopyRules rules = {flush.begin(copy.folder) ? CopyFlush::ByCaller : CopyFlush::ToDisk,
                              CopyOwner::Keep};
     int error = createTemporary(to.name, [&](const QByteArray& name) {
         copy.name = name;

@@ -1,7 +1,5 @@
 // syncfs(), from the kernel on (5.8) that tells its failures: the same that tells mounts apart.
 #include "Platform/Linux/TreeFlush.h"
-
-#include "Platform/Linux/CopyItem.h"
 #include "Platform/Linux/ReadAt.h"
 
 #include <cerrno>
@@ -12,6 +10,12 @@
 #include <utility>
 
 namespace VKPlatform {
+
+namespace {
+
+constexpr std::uint64_t kFlushEveryBytes = std::uint64_t{16} << 20;
+
+} // namespace
 
 bool flushesAsAWhole(std::int64_t fileSystemType) noexcept {
     switch (fileSystemType) {
