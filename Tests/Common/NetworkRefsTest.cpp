@@ -10,7 +10,10 @@
 #include <QSemaphore>
 #include <QTimer>
 
+#include <atomic>
+#include <dlfcn.h>
 #include <memory>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/mount.h>
 
@@ -30,6 +33,9 @@ private Q_SLOTS:
     void hostIsFoundAfterAChange();
     void hostIsFoundWithoutANotifier();
     void hostThatNobodyKnows();
+    void hostThatNobodyKnowsIsAskedForOnce();
+    void laterLookUpFails_data();
+    void laterLookUpFails();
     void bestOfTwoAddresses();
     void betterOfTwo();
     void releasedWhileLookingUp();
@@ -41,6 +47,35 @@ private:
 };
 
 namespace {
+
+/// What each look-up of a name answers while it is no 0, and how many there were meanwhile.
+std::atomic<int> gLookUpError = 0;
+std::atomic<int> gLookUps = 0;
+
+} // namespace
+
+// Before the C library's own.
+extern "C" int getaddrinfo(const char* name, const char* service, const addrinfo* wanted, addrinfo** found) {
+    if (gLookUpError != 0 && (wanted->ai_flags & AI_NUMERICHOST) == 0) {
+        ++gLookUps;
+        return gLookUpError;
+    }
+    return reinterpret_cast<decltype(&::getaddrinfo)>(::dlsym(RTLD_NEXT, "getaddrinfo"))(name, service,
+                                                                                         wanted, found);
+}
+
+namespace {
+
+class FailingLookUps {
+public:
+    explicit FailingLookUps(int error) {
+        gLookUps = 0;
+        gLookUpError = error;
+    }
+    FailingLookUps(const FailingLookUps&) = delete;
+    FailingLookUps& operator=(const FailingLookUps&) = delete;
+    ~FailingLookUps() { gLookUpError = 0; }
+};
 
 using Owned = VKOwned<Reachability>;
 
@@ -111,6 +146,7 @@ void NetworkRefsTest::factories_data() {
     QTest::newRow("neighbour") << 3 << u"XR ------d"_s << u"XR ------d"_s;
     QTest::newRow("own address as a name") << 4 << u"XR -----l-"_s << u"XR -----l-"_s;
     QTest::newRow("outside, IPv6") << 5 << u"X- -------"_s << u"X- -------"_s;
+    QTest::newRow("neighbour of a link, IPv6") << 6 << u"XR ------d"_s << u"XR ------d"_s;
 }
 
 void NetworkRefsTest::factories() {
@@ -123,6 +159,15 @@ void NetworkRefsTest::factories() {
     sockaddr_in6 address6 = {};
     address6.sin6_family = AF_INET6;
     address6.sin6_addr.s6_addr[0] = 0x20;
+    if (which == 6) {
+        ip("addr add fe80::2/64 dev v0 nodad");
+        address6.sin6_addr.s6_addr[0] = 0xFE;
+        address6.sin6_addr.s6_addr[1] = 0x80;
+        address6.sin6_addr.s6_addr[15] = 7;
+        VKNetworkAddress withScope;
+        QCOMPARE(VKNetworkParseAddress(u"fe80::7%v0"_s, &withScope), kVKStatusSuccess);
+        address6.sin6_scope_id = withScope.scope;
+    }
     Owned reachability;
     switch (which) {
     case 0:
@@ -135,6 +180,7 @@ void NetworkRefsTest::factories() {
         reachability.reset(Reachability::reachabilityWithHostname(u"10.9.0.2"_s));
         break;
     case 5:
+    case 6:
         reachability.reset(
             Reachability::reachabilityWithAddress(reinterpret_cast<const sockaddr*>(&address6)));
         break;
@@ -216,6 +262,47 @@ void NetworkRefsTest::hostThatNobodyKnows() {
         QCOMPARE(host->reachabilityFlags(), VKNetworkFlags(0));
     }
     host->stopNotifier(); // does not wait for the resolver
+}
+
+// The end of a look-up wakes who watches; that must not be the begin of the next one.
+void NetworkRefsTest::hostThatNobodyKnowsIsAskedForOnce() {
+    const FailingLookUps failing(EAI_NONAME);
+    const QByteArrayList others = threads();
+    const Owned host(Reachability::reachabilityWithHostname(u"unknown.test"_s));
+    QVERIFY(host->startNotifier());
+    QTRY_VERIFY(gLookUps > 0);
+    const auto isAtRest = [&] {
+        QByteArrayList queue = threads();
+        queue.removeIf([&](const QByteArray& thread) { return others.contains(thread); });
+        return queue.size() == 1 && areAsleep(queue);
+    };
+    QTRY_VERIFY(isAtRest());
+    QCOMPARE(gLookUps.load(), 1);
+    host->stopNotifier();
+}
+
+void NetworkRefsTest::laterLookUpFails_data() {
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QString>("flags");
+    QTest::newRow("the name is gone") << EAI_NONAME << u"X- -------"_s;
+    QTest::newRow("nobody can tell just now") << EAI_AGAIN << u"XR -------"_s;
+}
+
+void NetworkRefsTest::laterLookUpFails() {
+    QFETCH(int, error);
+    const Uplink uplink;
+    const Owned host(Reachability::reachabilityWithHostname(u"photos.test"_s));
+    QTRY_COMPARE(host->currentReachabilityFlags(), u"XR -------"_s);
+    QTRY_COMPARE(threads().size(), mThreads);
+    const FailingLookUps failing(error);
+    ip("route del default");
+    QCOMPARE(host->currentReachabilityFlags(), u"X- -------"_s); // which begins a look-up
+    QTRY_VERIFY(gLookUps > 0);
+    QTRY_COMPARE(threads().size(), mThreads);
+    ip("route add default via 10.9.0.1");
+    static_cast<void>(host->reachabilityFlags());
+    QTRY_COMPARE(threads().size(), mThreads);
+    QTEST(host->currentReachabilityFlags(), "flags");
 }
 
 void NetworkRefsTest::bestOfTwoAddresses() {

@@ -386,6 +386,9 @@ void VKAppMgrCatalogueTest::notPlain_data() {
     row("an unknown escape", catalogue(start + R"('sku': '\q'})"));
     row("an escape cut short", catalogue(start + R"('sku': '\u00'})"));
     row("a control character", catalogue(start + "'sku': '\n'}"));
+    row("the last control character, among many plain ones", catalogue(start + "'sku': 'abcdefgh\x1f"
+                                                                               "abcdefgh'}"));
+    row("a backslash before a zero byte", catalogue(start + "'sku': 'a\\" + QByteArray(1, '\0') + "b'}"));
     row("not UTF-8", catalogue(start + "'sku': 'caf\xe9'}"));
     row("not UTF-8, not looked at", catalogue(start + "'x': 'caf\xe9'}"));
     row("a comma at the end", catalogue(start + "}"));

@@ -2,6 +2,7 @@
 #include "HttpSupport.h"
 #include "Support/VKTest.h"
 #include "VKHttp.h"
+#include "VKHttpTransferRules.h"
 
 #include <QMap>
 
@@ -34,6 +35,7 @@ private Q_SLOTS:
     void headerLineLength();
     void bodyLimit_data();
     void bodyLimit();
+    void largeMemoryIsGivenBack();
     void negativeBodyLimitIsNone();
 };
 
@@ -368,6 +370,7 @@ void VKHttpReplyTest::bodyLimit_data() {
     row("stated, one below", "Content-Length: 3", "abc", 4, 0, "abc");
     row("stated, as long as may be", "Content-Length: 4", "abcd", 4, 0, "abcd");
     row("stated, one above", "Content-Length: 5", "abcde", 4, 63, "");
+    row("stated, one above, of which a part comes", "Content-Length: 5", "abc", 4, 63, "");
     row("not stated, as long as may be", "X: 1", "abcd", 4, 0, "abcd");
     row("not stated, one above", "X: 1", "abcde", 4, 63, "");
     row("in chunks, one below", "Transfer-Encoding: chunked", "3\r\nabc\r\n0\r\n\r\n", 4, 0, "abc");
@@ -397,6 +400,18 @@ void VKHttpReplyTest::bodyLimit() {
     http->setUrl(server.url(u"/next"_s));
     http->get();
     QCOMPARE(http->readAllBytes(), QByteArray("wxyz"));
+}
+
+void VKHttpReplyTest::largeMemoryIsGivenBack() {
+    RecordingServer server;
+    server.reply(Reply::ok(QByteArray(static_cast<qsizetype>(kVKHttpMaxKeptCapacity) * 4, 'x')));
+    server.reply(Reply::ok("small"));
+    const auto http = HttpTest::makeTransport(server.url());
+    http->get();
+    QCOMPARE(http->readAllBytes().size(), kVKHttpMaxKeptCapacity * 4);
+    http->get();
+    QCOMPARE(http->readAllBytes(), QByteArray("small"));
+    QVERIFY(http->readAllBytes().capacity() <= kVKHttpMaxKeptCapacity);
 }
 
 void VKHttpReplyTest::negativeBodyLimitIsNone() {

@@ -5,10 +5,12 @@
 #include "Support/VKTest.h"
 #include "Support/WebServers.h"
 
+#include <VKAppMgrAPI.h>
 #include <VKHttp.h>
 #include <VKHttpOp.h>
 
 #include <QBuffer>
+#include <QRegularExpression>
 
 #include <memory>
 
@@ -54,6 +56,7 @@ private Q_SLOTS:
     void trustIsTheSystems();
     void refusalLeavesTheObjectUsable();
     void hostNameIsCheckedAgain();
+    void accountServiceOfAnotherName();
     void protocol_data();
     void protocol();
     void headerNamesOfHttp2AreLowerCase();
@@ -169,6 +172,25 @@ void VKHttpTlsTest::hostNameIsCheckedAgain() {
     QCOMPARE(http.error(), kPeerFailedVerification);
     QCOMPARE(http.httpResultCode(), 0);
     QVERIFY(http.readAllBytes().isEmpty());
+}
+
+// The account service is reached under names that its certificate does not hold; who signed it counts there too.
+void VKHttpTlsTest::accountServiceOfAnotherName() {
+    NEEDS_TLS();
+    VKAppMgrAPI::t_ProductsData data;
+    data.session = QStringLiteral("a session");
+    data.language = QStringLiteral("en");
+    const auto ask = [&](VKAppMgrAPI::t_ProductsResponse& response) {
+        VKAppMgrAPI service;
+        service.setBaseURL(mNginx->url(Nginx::Tls::OtherHost, "/none").toString());
+        return service.products(data, nullptr, response);
+    };
+    VKAppMgrAPI::t_ProductsResponse response;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("status 1094 .*VKAppMgrAPI")));
+    QCOMPARE(ask(response), static_cast<int>(kVKStatusTransportFailed));
+    TRUST_OUR_AUTHORITY();
+    QCOMPARE(ask(response), 0);
+    QCOMPARE(response.httpCode, 404);
 }
 
 void VKHttpTlsTest::protocol_data() {

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void noStepIsShadowed();
     void titles_data();
     void titles();
+    void titleOfAnAbbreviationBeforeAWord();
     void groups();
 };
 
@@ -206,6 +207,11 @@ void VKKeySequenceTest::titles_data() {
     QTest::newRow("an abbreviation at the end") << u"kRotate90DegreesCW"_s << u"Rotate 90 degrees CW"_s;
     QTest::newRow("a platform is not a part of it") << u"kFireCameraMacPlatform"_s << u"Fire camera"_s;
     QTest::newRow("on Windows neither") << u"kFullScreenWinPlatform"_s << u"Full screen"_s;
+}
+
+void VKKeySequenceTest::titleOfAnAbbreviationBeforeAWord() {
+    QCOMPARE((VKKeySequence::Entry{.name = "kShowCWTurn"_L1, .sequence = {}}).title(), u"Show CW turn"_s);
+    QCOMPARE((VKKeySequence::Entry{.name = "kCWTurn"_L1, .sequence = {}}).title(), u"CW turn"_s);
 }
 
 void VKKeySequenceTest::titles() {

@@ -251,6 +251,8 @@ void VKQtLocaleTest::languageChanges() {
     QVERIFY(VKQtLocale::installTranslations(QLocale(u"de_DE"_s)));
     QVERIFY(VKQtLocale::installTranslations(QLocale(u"de_DE"_s)));
     QCOMPARE(copyWord(), u"Kopie"_s);
+    // It goes with the application.
+    QCOMPARE(QCoreApplication::instance()->findChildren<QTranslator*>().size(), 1);
     // One translator at a time: English is back at once.
     QVERIFY(!VKQtLocale::installTranslations(QLocale(u"fi_FI"_s)));
     QCOMPARE(copyWord(), u"copy"_s);

@@ -399,6 +399,11 @@ void VKQtPathUtilsVolumesTest::identityWithoutMedium() {
     QCOMPARE(identityOf("/proc"), 0U);
     QCOMPARE(identityOf("/proc/self"), 0U);
     QVERIFY(!Disk::exists("/proc/.browse"));
+    VKTEST_NEEDS(Disk::isRoot(), "root");
+    const Mounts::Mounted memory("-t ramfs vktest", newFolder() + "/memory");
+    QVERIFY2(memory.isMounted(), memory.message());
+    QCOMPARE(identityOf(memory.place()), 0U);
+    QVERIFY(!Disk::exists(memory.place() + "/.browse"));
 }
 
 void VKQtPathUtilsVolumesTest::markerContent_data() {

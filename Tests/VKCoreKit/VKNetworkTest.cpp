@@ -37,6 +37,8 @@ void VKNetworkTest::flags_data() {
                          << (kVKNetworkFlagsReachable | kVKNetworkFlagsIsLocalAddress);
     QTest::newRow("direct") << QByteArray() << u"10.9.0.7"_s
                             << (kVKNetworkFlagsReachable | kVKNetworkFlagsIsDirect);
+    QTest::newRow("of the link") << QByteArray("addr add fe80::2/64 dev v0 nodad") << u"fe80::7%v0"_s
+                                 << (kVKNetworkFlagsReachable | kVKNetworkFlagsIsDirect);
     QTest::newRow("waits") << QByteArray("link set v0 down\nlink set v0 mode dormant\nlink set v0 up\n" +
                                          uplink)
                            << u"0.0.0.0"_s << kVKNetworkFlagsConnectionRequired + 0U;

@@ -65,6 +65,8 @@ private Q_SLOTS:
     void bytesPass_data();
     void bytesPass();
     void firstAndLastBytesAreReported();
+    void reportsAreThinnedOut();
+    void anotherObserverHearsAtOnce();
     void bytesWithoutObserver();
 };
 
@@ -77,9 +79,10 @@ void VKProgressTest::stagesAndSteps() {
     QCOMPARE(VKProgressDoProgressUpdateStage(progress.get(), 0), kVKStatusSuccess);
     QCOMPARE(VKProgressDoProgressUpdateStage(progress.get(), 1), kVKStatusSuccess);
     QCOMPARE(VKProgressDoProgressEndStage(progress.get()), kVKStatusSuccess);
+    QCOMPARE(VKProgressDoProgressBeginStage(progress.get(), 0, 0, 1), kVKStatusSuccess);
     const QStringList expected = {
-        QStringLiteral("0/-1/0"), QStringLiteral("0/-1/0"), QStringLiteral("1/-1/2"),
-        QStringLiteral("1/0/2"),  QStringLiteral("1/1/2"),  QStringLiteral("1/1/2"),
+        QStringLiteral("0/-1/0"), QStringLiteral("0/-1/0"), QStringLiteral("1/-1/2"), QStringLiteral("1/0/2"),
+        QStringLiteral("1/1/2"),  QStringLiteral("1/1/2"),  QStringLiteral("2/-1/1"),
     };
     QCOMPARE(recorder.seen, expected);
 }
@@ -241,6 +244,30 @@ void VKProgressTest::firstAndLastBytesAreReported() {
     for (std::size_t i = 1; i < bytes.done.size(); ++i) {
         QVERIFY(bytes.done[i] > bytes.done[i - 1]);
     }
+}
+
+void VKProgressTest::reportsAreThinnedOut() {
+    Bytes seen;
+    const VKOwnedProgress progress = makeProgress();
+    VKProgressSetByteObserver(progress.get(), &Bytes::observe, &seen);
+    // Far more of them than pauses fit into the time that they take.
+    constexpr std::uint64_t kCalls = 100'000;
+    for (std::uint64_t done = 0; done < kCalls; ++done) {
+        VKProgressDoBytes(progress.get(), {.done = done, .total = kCalls});
+    }
+    QVERIFY(seen.done.size() < kCalls / 2);
+}
+
+void VKProgressTest::anotherObserverHearsAtOnce() {
+    Bytes first;
+    Bytes second;
+    const VKOwnedProgress progress = makeProgress();
+    VKProgressSetByteObserver(progress.get(), &Bytes::observe, &first);
+    VKProgressDoBytes(progress.get(), {.done = 1, .total = 9});
+    VKProgressSetByteObserver(progress.get(), &Bytes::observe, &second);
+    VKProgressDoBytes(progress.get(), {.done = 2, .total = 9});
+    QCOMPARE(first.done, std::vector<std::uint64_t>{1});
+    QCOMPARE(second.done, std::vector<std::uint64_t>{2});
 }
 
 void VKProgressTest::bytesWithoutObserver() {
