@@ -349,6 +349,8 @@ void ToolFrameTest::closedOutput() {
     const ToolRun run = runShell(u"exec \"$VKQT\" ls >&-"_s, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, QByteArray("vkqt: the output could not be written: bad file descriptor\n"));
+    // A wrong line stays one.
+    QCOMPARE(runShell(u"exec \"$VKQT\" no-such-command >&-"_s, mFolder).status, 2);
 }
 
 void ToolFrameTest::closedError() {

@@ -317,7 +317,9 @@ void ToolHttpTest::noSuchHost() {
 void ToolHttpTest::nothingListens() {
     const QString gone = url();
     mServer.reset();
-    const ToolRun run = http({u"get"_s, u"--connect-timeout"_s, u"60"_s, gone});
+    // With the most that may be given.
+    const ToolRun run =
+        http({u"get"_s, u"--connect-timeout"_s, u"86400"_s, u"--limit"_s, u"1048576"_s, gone});
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, "vkqt http: " + gone.toUtf8() + ": nothing accepts connections there\n");
 }
@@ -655,6 +657,8 @@ void ToolHttpTest::wrongLines_data() {
         "a name with a colon cannot be sent");
     row("no time", {u"get"_s, u"URL"_s, u"--connect-timeout"_s, u"0"_s},
         "--connect-timeout takes seconds from 0.001 to 86400, not \"0\"");
+    row("less than a moment", {u"get"_s, u"URL"_s, u"--connect-timeout"_s, u"0.0009"_s},
+        "--connect-timeout takes seconds");
     row("a long time", {u"get"_s, u"URL"_s, u"--connect-timeout"_s, u"86401"_s},
         "--connect-timeout takes seconds");
     row("no limit", {u"get"_s, u"URL"_s, u"--limit"_s, u"0"_s},

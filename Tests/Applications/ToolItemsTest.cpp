@@ -236,6 +236,13 @@ void ToolItemsTest::removeJson() {
     QVERIFY(object.value(u"recyclable"_s).isBool());
     QCOMPARE(people.out.contains("\"vkqt trash\" would have kept 1 item in the recycle bin.\n"),
              object.value(u"recyclable"_s).toBool());
+    // What is in the bin already would not have been kept by it.
+    const QByteArray bin = qgetenv("XDG_DATA_HOME") + "/Trash";
+    QVERIFY(QDir().mkpath(QString::fromUtf8(bin + "/files")) &&
+            QDir().mkpath(QString::fromUtf8(bin + "/info")));
+    Disk::makeFile(bin + "/files/thrown away", "x");
+    const QString inside = QString::fromUtf8(bin + "/files/thrown away");
+    QCOMPARE(run({u"rm"_s, inside}).out, QByteArray("deleted " + inside.toUtf8() + '\n'));
     const ToolRun refused = run({u"rm"_s, u"--json"_s, u"sub"_s});
     QCOMPARE(refused.status, 1);
     QCOMPARE(onlyObject(refused).value(u"error"_s), QJsonValue(u"is a folder"_s));

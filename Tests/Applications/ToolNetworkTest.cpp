@@ -142,6 +142,9 @@ void ToolNetworkTest::watching() {
     const QByteArray yes = json ? "\"reachable\":true" : "\nreachable ";
     const QByteArray no = json ? "\"reachable\":false" : "unreachable ";
     QVERIFY2(watch.sees(json ? yes : QByteArray("reachable "), 1), watch.output());
+    // Another way is a change, but none of what is told.
+    ip("route replace default dev v0");
+    QVERIFY(runVkqt({u"network"_s, u"status"_s}).out.contains("XR ------d"));
     Cable::pullOut();
     QVERIFY2(watch.sees(no, 1), watch.output());
     Cable::putIn();

@@ -42,6 +42,7 @@ private Q_SLOTS:
     void calledByHand();
     void notificationIsDroppedAfterStop();
     void nothingAfterStop();
+    void stopTellsNothing();
     void stopInBlock();
     void restartInBlock();
     void blockReplacesItself();
@@ -467,6 +468,27 @@ void ReachabilityTest::nothingAfterStop() {
         isStopped = true;
     }
     QVERIFY(!isLate);
+}
+
+// A change that nobody has told of yet is not found by the stop's own wake-up.
+void ReachabilityTest::stopTellsNothing() {
+    const Turned object;
+    Semaphore reachable;
+    std::atomic<int> unreachable = 0;
+    object->reachableBlock = [&](Reachability*) { reachable.release(); };
+    object->unreachableBlock = [&](Reachability*) { ++unreachable; };
+    for (int round = 0; round < 100; ++round) {
+        object.source->set(0);
+        QVERIFY(object->startNotifier());
+        object.source->change(kReachable);
+        reachable.acquire();
+        for (int i = 0; i < 50; ++i) {
+            std::this_thread::yield(); // mostly the thread waits again then
+        }
+        object.source->set(0);
+        object->stopNotifier();
+        QCOMPARE(unreachable.load(), 0);
+    }
 }
 
 void ReachabilityTest::stopInBlock() {
