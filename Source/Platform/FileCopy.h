@@ -61,6 +61,21 @@ public:
 /// ("system.posix_acl_access", "system.posix_acl_default"); not what belongs to the system or to security.
 [[nodiscard]] bool isCopiedAttribute(QByteArrayView name);
 
+/// What a file system limits: the attributes of an item together, or each of them.
+enum class AttributeLimit : std::uint8_t { Together, Each };
+
+/// An attribute that got ENOSPC.
+struct AttributeSpace {
+    AttributeLimit limit = AttributeLimit::Together;
+    qsizetype bytes = 0;         ///< name and value
+    qsizetype bytesTogether = 0; ///< of all that the item is to have
+    std::uint64_t freeBytes = 0; ///< on the disk
+};
+
+/// ENOSPC is said of a full disk, and by some file systems of an attribute that is too long. In doubt it is the disk:
+/// nothing is lost by a failure.
+[[nodiscard]] bool isTooLongAndNotTheDiskFull(const AttributeSpace& space);
+
 /// How many bytes are copied before the watcher is asked again, from the last number and how long it took:
 /// about 20 ms worth, in powers of two from kSmallestCopyStep to kLargestCopyStep. That one is so small because a
 /// disk slows down without notice, when the memory before it is full: the step at hand then still takes under

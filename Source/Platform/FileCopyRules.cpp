@@ -10,6 +10,16 @@ bool isCopiedAttribute(QByteArrayView name) {
            name == QByteArrayView("system.posix_acl_default");
 }
 
+bool isTooLongAndNotTheDiskFull(const AttributeSpace& space) {
+    // One small block holds so much beside its own record, and a node of a tree with small ones.
+    constexpr qsizetype kFitsInBlock = 512;
+    constexpr qsizetype kFitsInNode = 3 * 1024;
+    constexpr std::uint64_t kRoom = std::uint64_t{1} << 20;
+    const bool canBeTooLong =
+        space.limit == AttributeLimit::Each ? space.bytes > kFitsInNode : space.bytesTogether > kFitsInBlock;
+    return canBeTooLong && space.freeBytes >= kRoom;
+}
+
 std::size_t nextCopyStep(std::size_t step, std::int64_t nanoseconds) {
     constexpr std::int64_t kTooLong = 40'000'000;
     constexpr std::int64_t kShort = 10'000'000;

@@ -22,6 +22,8 @@ private Q_SLOTS:
     void steps();
     void stepsFollowTheSpeed();
     void stepOfADiskThatBecomesSlow();
+    void attributesWithoutRoom_data();
+    void attributesWithoutRoom();
     void modes_data();
     void modes();
 
@@ -138,6 +140,30 @@ void FileCopyTest::stepOfADiskThatBecomesSlow() {
         step = nextCopyStep(step, 0);
     }
     QVERIFY(double(step) / 25e6 < 0.1);
+}
+
+void FileCopyTest::attributesWithoutRoom_data() {
+    QTest::addColumn<bool>("isEach");
+    QTest::addColumn<qint64>("bytes");
+    QTest::addColumn<qint64>("bytesTogether");
+    QTest::addColumn<quint64>("freeBytes");
+    QTest::addColumn<bool>("isTooLong");
+    constexpr quint64 kRoom = 1 << 20;
+    QTest::newRow("fit into a block") << false << qint64(20) << qint64(512) << kRoom << false;
+    QTest::newRow("do not") << false << qint64(20) << qint64(513) << kRoom << true;
+    QTest::newRow("do not, full disk") << false << qint64(20) << qint64(513) << kRoom - 1 << false;
+    QTest::newRow("fits into a node") << true << qint64(3072) << qint64(60'000) << kRoom << false;
+    QTest::newRow("does not") << true << qint64(3073) << qint64(3073) << kRoom << true;
+    QTest::newRow("does not, full disk") << true << qint64(3073) << qint64(3073) << kRoom - 1 << false;
+}
+
+void FileCopyTest::attributesWithoutRoom() {
+    QFETCH(bool, isEach);
+    QFETCH(qint64, bytes);
+    QFETCH(qint64, bytesTogether);
+    QFETCH(quint64, freeBytes);
+    const AttributeLimit limit = isEach ? AttributeLimit::Each : AttributeLimit::Together;
+    QTEST(isTooLongAndNotTheDiskFull({limit, bytes, bytesTogether, freeBytes}), "isTooLong");
 }
 
 void FileCopyTest::modes_data() {

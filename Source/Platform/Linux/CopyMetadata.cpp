@@ -10,8 +10,9 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <memory>
-#include <sys/statvfs.h>
+#include <sys/statfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -52,22 +53,22 @@ int readGrowing(Read read, QByteArray& out) {
     return 0;
 }
 
-qsizetype bytesOf(const std::vector<Attribute>& attributes) {
-    qsizetype bytes = 0;
-    for (const Attribute& attribute : attributes) {
-        bytes += attribute.name.size() + attribute.value.size();
-    }
-    return bytes;
-}
+qsizetype bytesOf(const Attribute& attribute) { return attribute.name.size() + attribute.value.size(); }
 
-/// ENOSPC has two meanings. Some file systems give an item one block for all its attributes and say the same when
-/// that is full as when the disk is.
-bool isTheItemFull(int file, const std::vector<Attribute>& attributes) {
-    constexpr qsizetype kFitEverywhere = 512;
-    constexpr std::uint64_t kRoom = std::uint64_t{1} << 20;
-    struct statvfs record;
-    return bytesOf(attributes) > kFitEverywhere && ::fstatvfs(file, &record) == 0 &&
-           bytesOfBlocks(record.f_bavail, record.f_frsize) >= kRoom;
+bool isTooLong(int file, const Attribute& attribute, const std::vector<Attribute>& all) {
+    struct statfs record;
+    if (::fstatfs(file, &record) != 0) {
+        return false;
+    }
+    AttributeSpace space;
+    space.limit = record.f_type == BTRFS_SUPER_MAGIC ? AttributeLimit::Each : AttributeLimit::Together;
+    space.bytes = bytesOf(attribute);
+    for (const Attribute& other : all) {
+        space.bytesTogether += bytesOf(other);
+    }
+    const auto blockBytes = record.f_frsize != 0 ? record.f_frsize : record.f_bsize;
+    space.freeBytes = bytesOfBlocks(record.f_bavail, static_cast<std::uint64_t>(blockBytes));
+    return isTooLongAndNotTheDiskFull(space);
 }
 
 int setAttribute(int file, const Attribute& attribute, const std::vector<Attribute>& all) {
@@ -81,8 +82,9 @@ int setAttribute(int file, const Attribute& attribute, const std::vector<Attribu
     if (error == EINVAL || cannotKeep(error)) {
         return 0;
     }
-    const bool isTooLong = error == E2BIG || error == ERANGE || (error == ENOSPC && isTheItemFull(file, all));
-    return isTooLong && attribute.name.startsWith("user.") ? 0 : error;
+    const bool isLeftOut =
+        error == E2BIG || error == ERANGE || (error == ENOSPC && isTooLong(file, attribute, all));
+    return isLeftOut && attribute.name.startsWith("user.") ? 0 : error;
 }
 
 bool contains(const std::vector<Attribute>& attributes, const char* name) {
