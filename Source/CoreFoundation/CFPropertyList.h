@@ -50,10 +50,10 @@ constexpr CFIndex kCFPropertyListDepthLimit = 512;
 /// kCFPropertyListReadCorruptError and a text for developers that names the line, for anything else.
 ///
 /// Strict: well-formed XML with one value, in a `plist` element or alone. Refused: more than
-/// kCFPropertyListByteLimit bytes, nesting over kCFPropertyListDepthLimit, a document type with declarations
-/// of its own, unknown elements, text between elements, comments inside a value, a dictionary that is not made
-/// of pairs, content after the end, and numbers that this library's cannot hold (integers outside 64 bits with
-/// sign). Of equal keys the last one counts. Texts keep their white space and line ends; control characters,
+/// kCFPropertyListByteLimit bytes, nesting over kCFPropertyListDepthLimit, a tag of more than 1024 characters, a
+/// document type with declarations of its own, unknown elements, text between elements, comments inside a value,
+/// a dictionary that is not made of pairs, content after the end, and numbers that this library's cannot hold
+/// (integers outside 64 bits with sign). Of equal keys the last one counts. Texts keep their white space and line ends; control characters,
 /// which XML does not allow but CFPropertyListCreateData() writes, are read back. A date's fields may be out of
 /// range (the 30th of February is the 1st or 2nd of March); characters that are not base64 are skipped in data.
 /// Encodings: UTF-8, UTF-16 with a byte-order mark, ISO-8859-1, as the text declares.

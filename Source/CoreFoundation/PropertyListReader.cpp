@@ -8,8 +8,8 @@
 #include "CoreFoundation/CFQt.h"
 #include "CoreFoundation/PropertyListError.h"
 #include "CoreFoundation/PropertyListText.h"
+#include "CoreFoundation/XmlText.h"
 
-#include <QStringDecoder>
 #include <QXmlStreamReader>
 
 #include <vector>
@@ -84,36 +84,6 @@ QString withoutStandIns(QString text, bool put) {
     return text;
 }
 
-/// What the XML declaration says of the encoding; UTF-8 when it says nothing. Nothing for an unknown name.
-std::optional<QStringConverter::Encoding> declaredEncoding(QByteArrayView bytes) {
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF")) {
-        return QStringConverter::Utf16;
-    }
-    const qsizetype end = bytes.first(std::min<qsizetype>(bytes.size(), 256)).indexOf("?>");
-    const QByteArrayView head = end < 0 ? QByteArrayView() : bytes.first(end);
-    const qsizetype key = head.indexOf("encoding");
-    if (key < 0) {
-        return QStringConverter::Utf8;
-    }
-    qsizetype from = key;
-    while (from < head.size() && head.at(from) != '"' && head.at(from) != '\'') {
-        ++from;
-    }
-    const qsizetype to = from < head.size() ? head.indexOf(head.at(from), from + 1) : -1;
-    if (to < 0) {
-        return std::nullopt;
-    }
-    const QByteArray name = head.sliced(from + 1, to - from - 1).toByteArray();
-    const auto encoding = QStringConverter::encodingForName(name.constData());
-    switch (encoding.value_or(QStringConverter::System)) {
-    case QStringConverter::Utf8:
-    case QStringConverter::Latin1:
-        return encoding;
-    default:
-        return std::nullopt;
-    }
-}
-
 class Reader {
 public:
     explicit Reader(CFOptionFlags options)
@@ -127,14 +97,9 @@ public:
         if (bytes.size() > kCFPropertyListByteLimit) {
             return refuse("There are too many bytes");
         }
-        const auto encoding = declaredEncoding(bytes);
-        if (!encoding) {
-            return refuse("The encoding is not known");
-        }
-        QStringDecoder decoder(*encoding);
-        QString text = decoder(bytes);
-        if (decoder.hasError() || !text.isValidUtf16()) {
-            return refuse("The text is not valid in its encoding");
+        QString text;
+        if (const char* const problem = CoreFoundation::decodeXml(bytes, text); problem != nullptr) {
+            return refuse(problem);
         }
         prepare(text);
         mXml.addData(text);

@@ -1,6 +1,8 @@
 // Versions out of names and property lists.
 #include "VKCoreKit/VKVersionRules.h"
 
+#include "CoreFoundation/XmlText.h"
+
 #include <QXmlStreamReader>
 
 #include <array>
@@ -50,7 +52,11 @@ int takeNumbers(QStringView text, std::array<std::int32_t, 4>& numbers) {
 /// One property list, read from its root to its end.
 class InfoPlistReader {
 public:
-    explicit InfoPlistReader(QByteArrayView text) : mXml(QByteArray::fromRawData(text.data(), text.size())) {}
+    explicit InfoPlistReader(QByteArrayView bytes) {
+        QString text;
+        mGood = CoreFoundation::decodeXml(bytes, text) == nullptr;
+        mXml.addData(text);
+    }
 
     std::optional<VKBundleVersions> read() {
         if (enter() && mXml.name() == u"plist" && enter() && mXml.name() == u"dict") {

@@ -317,6 +317,7 @@ void CFPropertyListTest::refused_data() {
     row("file as an entity",
         "<!DOCTYPE plist [<!ENTITY a SYSTEM \"/etc/passwd\">]><plist><string>&a;</string></plist>");
     row("empty internal subset", "<!DOCTYPE plist []><plist><true/></plist>");
+    row("tag over the limit", "<plist a='" + QByteArray(1024, 'x') + "'><true/></plist>");
     row("invalid UTF-8", "<plist><string>\xFF</string></plist>");
     row("overlong UTF-8", "<plist><string>\xC0\xAF</string></plist>");
     row("surrogate in UTF-8", "<plist><string>\xED\xA0\x80</string></plist>");

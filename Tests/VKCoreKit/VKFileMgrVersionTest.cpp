@@ -228,6 +228,7 @@ void VKFileMgrVersionTest::damage_data() {
     row("entities that grow",
         "<!DOCTYPE p [<!ENTITY a \"xxxxxxxxxx\"><!ENTITY b \"&a;&a;&a;&a;\">]><plist><dict>" +
             stringValue("CFBundleVersion", "&b;") + "</dict></plist>");
+    row("tag over the limit", "<plist a='" + QByteArray(1024, 'x') + "'><dict/></plist>");
     row("not UTF-8", plist(stringValue("CFBundleVersion", "\xe9\xff")));
 }
 
