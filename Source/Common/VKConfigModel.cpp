@@ -7,15 +7,52 @@
 #include "VKConfigLog.h"
 #include "VKConfigQuickLoad.h"
 
+#include <typeinfo>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr auto kClassIDKey = "class_id"_L1;
 constexpr auto kVersionKey = "version"_L1;
 
 VKStatus logged(VKStatus status, int line) {
     return VKConfigDetail::logged(status, "VKQtCore/Source/Common/VKConfigModel", line);
 }
+
+/// Holds back what is loaded directly below a model, in order, with a reference to each.
+class HeldBack : public IVKNodeLoadDelegate {
+public:
+    explicit HeldBack(const VKNode* model) : mModel(model) {}
+    HeldBack(const HeldBack&) = delete;
+    HeldBack& operator=(const HeldBack&) = delete;
+    ~HeldBack() override {
+        for (VKNode* const node : mNodes) {
+            node->Release();
+        }
+    }
+
+    bool shouldInsertChild(VKNode* parent, VKNode* child) override {
+        if (parent != mModel) {
+            return true;
+        }
+        child->AddRef();
+        mNodes.push_back(child);
+        mArePlain = mArePlain && typeid(*child) == typeid(VKConfigBundle);
+        return false;
+    }
+
+    [[nodiscard]] const std::vector<VKNode*>& nodes() const { return mNodes; }
+
+    /// Whether none can have a hook.
+    [[nodiscard]] bool arePlain() const { return mArePlain; }
+
+private:
+    const VKNode* mModel;
+    std::vector<VKNode*> mNodes;
+    bool mArePlain = true;
+};
 
 } // namespace
 
@@ -36,7 +73,21 @@ VKStatus VKConfigModel::createInfo(IVKNodeCreateDelegate* delegate, QJsonObject&
 
 VKStatus VKConfigModel::loadInfo(IVKNodeLoadDelegate* delegate, const QJsonObject& info) {
     mLoadedVersion = info.value(kVersionKey).toInt(0);
-    return logged(VKNode::loadInfo(delegate, info), __LINE__);
+    if (delegate != nullptr || typeid(*this) != typeid(VKConfigModel) || !info.contains(kClassIDKey)) {
+        return logged(VKNode::loadInfo(delegate, info), __LINE__);
+    }
+    // A place is made for each child in front of all that come behind it: a file of some megabytes, full of bundles
+    // without a name, would take minutes. So they are put in order all at once.
+    HeldBack children(this);
+    const VKStatus status = VKNode::loadInfo(&children, info);
+    if (children.arePlain()) {
+        takeIn(children.nodes());
+    } else {
+        for (VKNode* const child : children.nodes()) {
+            insertNodeAtIndex(child, -1);
+        }
+    }
+    return logged(status, __LINE__);
 }
 
 VKStatus VKConfigModel::loadPath(const QString& path) {

@@ -8,9 +8,11 @@
 
 #include <QByteArrayView>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 namespace VKConfigDetail {
@@ -71,9 +73,10 @@ public:
         model.removeAllChildren();
         apply(node, model);
         if (bundles) {
-            for (const OwnedBundle& bundle : *bundles) {
-                model.insertNodeAtIndex(bundle.get(), -1);
-            }
+            std::vector<VKNode*> nodes(bundles->size());
+            std::transform(bundles->begin(), bundles->end(), nodes.begin(),
+                           [](const OwnedBundle& bundle) { return bundle.get(); });
+            model.takeIn(std::move(nodes));
         }
         return true;
     }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -138,21 +139,35 @@ VKNode* VKNode::nodeWithClassID(const QString& classID) const {
     return mIndex.value(classID, nullptr);
 }
 
+bool VKNode::goesBefore(const VKNode* left, const VKNode* right) const {
+    return mSortByWeight ? left->mWeight < right->mWeight
+                         : left->mName.compare(right->mName, Qt::CaseInsensitive) < 0;
+}
+
 std::size_t VKNode::placeFor(const VKNode* node, int index) const {
     auto place = mChildren.end();
-    if (mSortByWeight) {
+    if (mSortByWeight || mSortByName) {
         place = std::lower_bound(
             mChildren.begin(), mChildren.end(), node,
-            [](const VKNode* left, const VKNode* right) { return left->mWeight < right->mWeight; });
-    } else if (mSortByName) {
-        place = std::lower_bound(mChildren.begin(), mChildren.end(), node,
-                                 [](const VKNode* left, const VKNode* right) {
-                                     return left->mName.compare(right->mName, Qt::CaseInsensitive) < 0;
-                                 });
+            [this](const VKNode* left, const VKNode* right) { return goesBefore(left, right); });
     } else if (index >= 0 && index < childCount()) {
         place = mChildren.begin() + index;
     }
     return static_cast<std::size_t>(place - mChildren.begin());
+}
+
+void VKNode::takeIn(std::vector<VKNode*> nodes) {
+    if (mSortByWeight || mSortByName) {
+        std::reverse(nodes.begin(), nodes.end()); // the last of equals comes first
+        std::stable_sort(nodes.begin(), nodes.end(),
+                         [this](const VKNode* left, const VKNode* right) { return goesBefore(left, right); });
+    }
+    for (VKNode* const node : nodes) {
+        node->AddRef();
+        node->mParent = this;
+    }
+    mChildren = std::move(nodes);
+    forgetIndex();
 }
 
 VKStatus VKNode::insertNodeAtIndex(VKNode* node, int index) {

@@ -187,6 +187,9 @@ private Q_SLOTS:
     void notQuickly_data();
     void notQuickly();
     void notOfItsOwnClasses();
+    void manyBundles_data();
+    void manyBundles();
+    void ordersAtOnceAsOneByOne();
     void randomMerges();
 };
 
@@ -589,6 +592,73 @@ void VKConfigModelTest::notOfItsOwnClasses() {
 }
 
 // The rule of merging once more, on plain JSON: values only, where bundle, name and kind are known.
+
+void VKConfigModelTest::manyBundles_data() {
+    QTest::addColumn<QByteArray>("front");
+    QTest::newRow("plain") << QByteArray("{'class_id':'m','version':1,'children':[");
+    QTest::newRow("with an escape") << QByteArray("{'class_id':'\\u006d','version':1,'children':[");
+    QTest::newRow("by weight") << QByteArray("{'class_id':'m','version':1,'sort_by_weight':1,'children':[");
+}
+
+// Nearly as many as a file of the largest size holds, in the worst order: must end.
+void VKConfigModelTest::manyBundles() {
+    QFETCH(QByteArray, front);
+    constexpr int kCount = 400'000;
+    QByteArray text = front;
+    for (int i = 0; i < kCount; ++i) {
+        text += "{'class_id':'" + QByteArray::number(i) + "','items':[]},";
+    }
+    text.chop(1);
+    text += "]}";
+    const QString path = makeFolder(u"config"_s) + u"/many.json"_s;
+    Disk::makeFile(path.toUtf8(), quoted(text));
+    const Owned<VKConfigModel> model = make<VKConfigModel>();
+    QCOMPARE(model->loadPath(path), kVKStatusSuccess);
+    QCOMPARE(model->childCount(), kCount);
+    for (int i = 0; i < kCount; ++i) {
+        VKNode* const bundle = model->nodeAtIndex(i);
+        QCOMPARE(bundle->classID(), QString::number(kCount - 1 - i)); // the last of equals comes first
+        QCOMPARE(bundle->parent(), model.get());
+        QCOMPARE(references(bundle), 1U);
+    }
+}
+
+void VKConfigModelTest::ordersAtOnceAsOneByOne() {
+    class TakesAll : public IVKNodeLoadDelegate {
+        bool shouldInsertChild(VKNode* /*parent*/, VKNode* /*child*/) override { return true; }
+    };
+    // Of another class: it may have a hook, so that its place is made one by one.
+    class OtherBundle : public VKConfigBundle {};
+    VKNode::registerNode(u"other"_s, [] { return new OtherBundle; });
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        RandomTree tree(seed);
+        QByteArray bundles;
+        const bool others = tree.below(2) == 0;
+        for (unsigned i = tree.below(20); i > 0; --i) {
+            const QByteArray name(1, "aAbBc"[tree.below(5)]);
+            const QByteArray id = others && tree.below(4) == 0 ? QByteArray("other") : QByteArray::number(i);
+            bundles += "{'class_id':'" + id + "','display_name':'" + name +
+                       QByteArray::number(tree.below(2)) + "','weight':" + QByteArray::number(tree.below(4)) +
+                       ",'items':[]},";
+        }
+        // One in three breaks off: what is in front stays.
+        bundles += tree.below(3) == 0 ? "{'class_id':'broken'}" : "{'class_id':'last','items':[]}";
+        const QJsonObject info =
+            json("{'class_id':'m','sort_by_weight':" + QByteArray::number(tree.below(2)) + ",'children':[" +
+                 bundles + "]}");
+        const Owned<VKConfigModel> atOnce = make<VKConfigModel>();
+        const Owned<VKConfigModel> oneByOne = make<VKConfigModel>();
+        const bool byName = tree.below(4) != 0;
+        atOnce->setSortByName(byName);
+        oneByOne->setSortByName(byName);
+        TakesAll delegate;
+        const LogCapture log;
+        QCOMPARE(atOnce->loadInfo(nullptr, info), oneByOne->loadInfo(&delegate, info));
+        QCOMPARE(stateOf(*atOnce), stateOf(*oneByOne));
+    }
+    VKNode::registerNode(u"other"_s, nullptr);
+}
+
 void VKConfigModelTest::randomMerges() {
     const auto merged = [](const QJsonObject& live, const QJsonObject& user) {
         QJsonObject result = live;
