@@ -29,6 +29,7 @@ private Q_SLOTS:
     void checks();
     void checksOther();
     void cannotSave();
+    void cannotSaveWithoutAFolder();
 
 private:
     static ToolRun config(const QStringList& arguments) {
@@ -166,6 +167,10 @@ void ToolConfigTest::wrongLines_data() {
     QTest::newRow("set without a value") << QStringList{u"set"_s, u"browser"_s, u"thumbnail_size"_s};
     QTest::newRow("reset with too much") << QStringList{u"reset"_s, u"a"_s, u"b"_s, u"c"_s};
     QTest::newRow("path with an argument") << QStringList{u"path"_s, u"a"_s};
+    QTest::newRow("get as JSON") << QStringList{u"get"_s, u"browser"_s, u"thumbnail_size"_s, u"--json"_s};
+    QTest::newRow("reset what is changed") << QStringList{u"reset"_s, u"--changed"_s};
+    QTest::newRow("list defaults") << QStringList{u"list"_s, u"--defaults"_s};
+    QTest::newRow("check any") << QStringList{u"check"_s, u"--any"_s};
 }
 
 void ToolConfigTest::wrongLines() {
@@ -225,6 +230,21 @@ void ToolConfigTest::cannotSave() {
     QCOMPARE(run.status, 1);
     QCOMPARE(run.out, QByteArray());
     QCOMPARE(run.err, "vkqt config: " + file.toUtf8() + ": cannot be opened for writing\n");
+}
+
+void ToolConfigTest::cannotSaveWithoutAFolder() {
+    const QString notAFolder = makeFolder() + u"/file"_s;
+    QVERIFY(writeFile(notAFolder, "x"));
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", notAFolder.toUtf8());
+    const ToolRun path = config({u"path"_s});
+    const ToolRun set = config({u"set"_s, u"browser"_s, u"thumbnail_size"_s, u"large"_s});
+    qputenv("XDG_DATA_HOME", before);
+    for (const ToolRun& run : {path, set}) {
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QByteArray());
+        QCOMPARE(run.err, QByteArray("vkqt config: the folder of the user's settings cannot be made\n"));
+    }
 }
 
 VKTEST_MAIN(ToolConfigTest)

@@ -387,7 +387,8 @@ const Registration kRegistration({
     .description =
         u"Keeps bookmarks in FILE and finds their items again: after a rename, after a move within the "
         "volume, when the volume is mounted elsewhere, when a program has saved the file anew; in a sandbox, "
-        "by what the user granted. Another file is never taken for the item.\n\n"
+        "by what the user granted. Another file is taken for the item only in its old place on its volume, "
+        "and is then told as replaced.\n\n"
         "create adds bookmarks of items to FILE, which is made when it is missing. list and show tell what "
         "FILE holds. resolve tells where the items are now. check also asks for access to each, as an "
         "application does at its start. The last three take numbers as list shows them; without any they "

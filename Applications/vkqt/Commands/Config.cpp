@@ -100,6 +100,8 @@ int sayFailed(const QString& sentence) {
     return kExitFailed;
 }
 
+int sayNoFolder() { return sayFailed(u"the folder of the user's settings cannot be made"_s); }
+
 /// The item that two arguments name; null after a complaint.
 VKConfigItem* namedItem(VKConfig& config, const QString& bundle, const QString& key) {
     VKConfigItem* const item = config.configItem(bundle, key);
@@ -111,6 +113,9 @@ VKConfigItem* namedItem(VKConfig& config, const QString& bundle, const QString& 
 
 /// Stores the settings; a failure is told in words, because its number is the framework's.
 int save(VKConfig& config) {
+    if (config.userFilePath().path().isEmpty()) {
+        return sayNoFolder();
+    }
     const VKStatus status = config.save();
     if (status == kVKStatusSuccess) {
         return kExitFine;
@@ -303,7 +308,7 @@ int check(Invocation& invocation, VKConfig& config) {
 
 int path(Invocation& invocation, VKConfig& config) {
     if (config.userFilePath().path().isEmpty()) {
-        return sayFailed(u"the folder of the user's settings cannot be made"_s);
+        return sayNoFolder();
     }
     invocation.output().writeBytes(bytesOnDisk(config.userFilePath()).append('\n'));
     return kExitFine;
@@ -313,6 +318,7 @@ struct Action {
     QString name;
     qsizetype leastArguments;
     qsizetype mostArguments;
+    QStringList options;
     int (*run)(Invocation&, VKConfig&);
 };
 
@@ -320,12 +326,12 @@ constexpr qsizetype kAnyNumber = 1'000'000;
 
 const std::vector<Action>& actions() {
     static const std::vector<Action> sActions = {
-        {u"list"_s, 0, kAnyNumber, &list},
-        {u"get"_s, 2, 2, &get},
-        {u"set"_s, 3, 3, &set},
-        {u"reset"_s, 0, 2, &reset},
-        {u"check"_s, 0, kAnyNumber, &check},
-        {u"path"_s, 0, 0, &path},
+        {u"list"_s, 0, kAnyNumber, {u"json"_s, u"changed"_s}, &list},
+        {u"get"_s, 2, 2, {}, &get},
+        {u"set"_s, 3, 3, {u"any"_s}, &set},
+        {u"reset"_s, 0, 2, {}, &reset},
+        {u"check"_s, 0, kAnyNumber, {u"json"_s, u"defaults"_s}, &check},
+        {u"path"_s, 0, 0, {}, &path},
     };
     return sActions;
 }
@@ -348,6 +354,11 @@ int run(Invocation& invocation) {
     const qsizetype given = invocation.arguments().size() - 1;
     if (given < action->leastArguments || given > action->mostArguments) {
         return invocation.usageError(u"\"%1\" takes another number of arguments"_s.arg(name));
+    }
+    for (const QString& option : {u"json"_s, u"changed"_s, u"any"_s, u"defaults"_s}) {
+        if (invocation.isOn(option) && !action->options.contains(option)) {
+            return invocation.usageError(u"--%1 does not go with %2"_s.arg(option, name));
+        }
     }
     VKConfig& config = *VKConfig::sharedInstance();
     if (const VKStatus status = start(config); status != kVKStatusSuccess) {
