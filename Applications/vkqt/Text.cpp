@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 
 namespace VKTool {
@@ -145,8 +146,19 @@ QString localMinute(const QDateTime& time) {
 }
 
 QJsonValue isoUtc(const QDateTime& time) {
-    return time.isValid() ? QJsonValue(time.toUTC().toString(Qt::ISODateWithMs))
-                          : QJsonValue(QJsonValue::Null);
+    if (!time.isValid()) {
+        return QJsonValue::Null;
+    }
+    const QDateTime utc = time.toUTC();
+    const QString plain = utc.toString(Qt::ISODateWithMs);
+    if (!plain.isEmpty()) {
+        return plain;
+    }
+    // The framework writes years of four digits only; files can claim others. It has no year 0, the standard has.
+    const int counted = utc.date().year();
+    const int year = counted < 0 ? counted + 1 : counted;
+    const QString digits = u"%1"_s.arg(std::abs(year), 6, 10, QLatin1Char('0'));
+    return QString((year < 0 ? u'-' : u'+') + digits + utc.toString(u"-MM-dd'T'HH:mm:ss.zzz'Z'"_s));
 }
 
 QString counted(qint64 number, const QString& one, const QString& many) {

@@ -31,7 +31,8 @@ namespace VKTool {
 /// Local time, "2026-11-21 14:03"; "-" when unknown.
 [[nodiscard]] QString localMinute(const QDateTime& time);
 
-/// "2026-11-21T13:03:05.250Z", or null when unknown.
+/// "2026-11-21T13:03:05.250Z", or null when unknown. A year that four digits cannot tell has a sign and at least
+/// six: "+011476-08-15T05:20:00.000Z", "-001199-...".
 [[nodiscard]] QJsonValue isoUtc(const QDateTime& time);
 
 /// "1 photo", "2 photos".

@@ -28,6 +28,8 @@ private Q_SLOTS:
     void groups_data();
     void groups();
     void dates();
+    void farYears_data();
+    void farYears();
     void counts();
     void shellWords_data();
     void shellWords();
@@ -181,6 +183,24 @@ void ToolTextTest::dates() {
     QCOMPARE(isoUtc(winter), QJsonValue(u"2026-11-21T13:03:05.250Z"_s));
     QCOMPARE(isoUtc(winter.toLocalTime()), isoUtc(winter));
     QVERIFY(isoUtc(QDateTime()).isNull());
+}
+
+void ToolTextTest::farYears_data() {
+    QTest::addColumn<qint64>("milliseconds");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("last of four digits") << qint64{253402300799999} << u"9999-12-31T23:59:59.999Z"_s;
+    QTest::newRow("first of five digits") << qint64{253402300800000} << u"+010000-01-01T00:00:00.000Z"_s;
+    QTest::newRow("five digits") << qint64{300000000000007} << u"+011476-08-15T05:20:00.007Z"_s;
+    QTest::newRow("nine digits") << qint64{9000000000000000000} << u"+285200616-07-24T16:00:00.000Z"_s;
+    QTest::newRow("first year") << qint64{-62135596800000} << u"0001-01-01T00:00:00.000Z"_s;
+    QTest::newRow("year 0") << qint64{-62135596800001} << u"+000000-12-31T23:59:59.999Z"_s;
+    QTest::newRow("before year 0") << qint64{-100000000000000} << u"-001199-02-15T14:13:20.000Z"_s;
+}
+
+void ToolTextTest::farYears() {
+    QFETCH(const qint64, milliseconds);
+    QFETCH(const QString, expected);
+    QCOMPARE(isoUtc(QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC)).toString(), expected);
 }
 
 void ToolTextTest::counts() {
