@@ -27,7 +27,8 @@ struct FileDetails {
     /// Content length in bytes; for folders and special files whatever the file system says.
     std::int64_t sizeBytes = 0;
     /// Milliseconds since 1970-01-01 UTC, rounded down; nothing when the file system has none, or when it is
-    /// outside what 64 bits of milliseconds hold. A birth time is never made up from another time.
+    /// outside what 64 bits of milliseconds hold. A birth time is never made up from another time, and one of
+    /// zero was not recorded.
     std::optional<std::int64_t> modifiedMs;
     std::optional<std::int64_t> createdMs;
 };

@@ -3,6 +3,7 @@
 
 #include "Platform/Utf8.h"
 #include "Support/DiskSupport.h"
+#include "Support/LoopFileSystem.h"
 #include "Support/ShellCommand.h"
 #include "Support/VKTest.h"
 
@@ -56,6 +57,7 @@ private Q_SLOTS:
     void times_data();
     void times();
     void birthTimeIsTheFileSystems();
+    void birthTimeThatNobodyRecorded();
     void timesOutOfReach();
     void largeFile();
     void fileSystemWithoutBirthTime();
@@ -355,6 +357,23 @@ void FolderListingTest::birthTimeIsTheFileSystems() {
     const QDateTime asked = QFileInfo(QString::fromUtf8(path)).birthTime();
     QCOMPARE(details.createdMs.has_value(), asked.isValid());
     QCOMPARE(details.createdMs.value_or(0), asked.isValid() ? asked.toMSecsSinceEpoch() : 0);
+}
+
+// Tools that write an image from outside often leave the birth times zero. That is no year 1970.
+void FolderListingTest::birthTimeThatNobodyRecorded() {
+    VKTEST_NEEDS(Disk::isRoot(), "root, to mount a file system");
+    const Disk::LoopFileSystem image("ext4", mRoot,
+                                     "printf 'write /dev/null a\\nset_inode_field a crtime 0\\n"
+                                     "set_inode_field a crtime_extra 0\\nwrite /dev/null b\\n"
+                                     "set_inode_field b crtime @1\\nset_inode_field b crtime_extra 0\\n'"
+                                     " | 2>/dev/null debugfs -w -f -");
+    VKTEST_NEEDS(image.isMounted(), "mkfs.ext4, debugfs, losetup and a loop device");
+    FileDetails details;
+    QCOMPARE(fileDetails(mRoot + "/b", LinkRule::Keep, details), 0);
+    QCOMPARE(details.createdMs, std::optional<std::int64_t>(1000));
+    QCOMPARE(fileDetails(mRoot + "/a", LinkRule::Keep, details), 0);
+    QVERIFY(!details.createdMs.has_value());
+    QVERIFY(details.modifiedMs.has_value());
 }
 
 void FolderListingTest::timesOutOfReach() {

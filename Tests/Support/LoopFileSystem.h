@@ -27,10 +27,11 @@ inline void addFileSystemRows() {
 
 /// "ext4", "xfs", "btrfs" or "exfat" (in user space; names are compared without case), mounted on `folder`,
 /// which has to be there, as long as the object lives. Its image is a sparse file beside the folder. The top
-/// folder may be written by everybody.
+/// folder may be written by everybody. `prepare` is a command that changes the image before it is mounted; the
+/// image's name is put behind it.
 class LoopFileSystem {
 public:
-    LoopFileSystem(const char* type, QByteArray folder)
+    LoopFileSystem(const char* type, QByteArray folder, const QByteArray& prepare = "true")
         : mFolder(std::move(folder)), mImage(mFolder + ".img") {
         const QByteArray kind(type);
         // xfs takes no less than 300 MB; the others are quicker small.
@@ -38,7 +39,8 @@ public:
         const QByteArray options = kind == "ext4" ? " -q -F -m 0 " : kind == "xfs" ? " -q " : " ";
         const QByteArray make = "mkfs." + kind + options;
         if (!isRoot() ||
-            !runs("truncate -s " + size + " '" + mImage + "' && " + make + '\'' + mImage + "'")) {
+            !runs("truncate -s " + size + " '" + mImage + "' && " + make + '\'' + mImage + "'") ||
+            !runs(prepare + " '" + mImage + '\'')) {
             return;
         }
         mDevice = Shell::outputOf("losetup --find --show '" + mImage + '\'').text.trimmed();

@@ -20,6 +20,12 @@ std::optional<std::int64_t> milliseconds(const statx_timestamp& time) {
     return result;
 }
 
+// Zero is what tools leave that write an image of a file system without a word about births.
+bool isRecordedBirth(const struct statx& record) {
+    return (record.stx_mask & STATX_BTIME) != 0 &&
+           (record.stx_btime.tv_sec != 0 || record.stx_btime.tv_nsec != 0);
+}
+
 } // namespace
 
 FileKind kindOfMode(unsigned mode) {
@@ -46,7 +52,7 @@ int statxDetails(int folder, const char* name, LinkRule links, FileDetails& out)
     out.kind = kindOfMode(record.stx_mode);
     out.sizeBytes = static_cast<std::int64_t>(record.stx_size);
     out.modifiedMs = (record.stx_mask & STATX_MTIME) != 0 ? milliseconds(record.stx_mtime) : std::nullopt;
-    out.createdMs = (record.stx_mask & STATX_BTIME) != 0 ? milliseconds(record.stx_btime) : std::nullopt;
+    out.createdMs = isRecordedBirth(record) ? milliseconds(record.stx_btime) : std::nullopt;
     return 0;
 }
 
