@@ -22,8 +22,9 @@ public:
     /// One child of the folder. next() sets every field anew.
     struct Entry {
         /// The full path. Its folder flag is set for folders (and for links to folders); packages count as
-        /// files. Every operation finds the entry through it, however its name is spelled on disk; only when
-        /// the folder has several names that show the same text, none of them in form C, it finds none.
+        /// files. Every operation finds the entry through it, however its name is spelled on disk. Of several
+        /// names in the folder that show the same text it finds the one that is in form C, for the others
+        /// too; where there is none in form C, it finds nothing.
         VKQtPath path;
         /// Bytes; 0 for folders, when unknown, and without details.
         qint64 size = 0;
