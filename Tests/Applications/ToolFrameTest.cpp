@@ -2,6 +2,8 @@
 #include "ToolRunner.h"
 
 #include "Support/AllocationCounter.h"
+#include "Support/DiskSupport.h"
+#include "Support/LoopFileSystem.h"
 #include "Support/VKTest.h"
 
 #include <QRegularExpression>
@@ -30,6 +32,7 @@ private Q_SLOTS:
     void readerLeaves();
     void fullDisk_data();
     void fullDisk();
+    void outputThatDoesNotWait();
     void closedOutput();
     void closedError();
     void noMemory();
@@ -343,6 +346,20 @@ void ToolFrameTest::fullDisk() {
     const ToolRun run = runShell(u"exec \"$VKQT\" "_s + arguments + u" > /dev/full"_s, mFolder);
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, QByteArray("vkqt: the output could not be written: no space left on device\n"));
+}
+
+// Another program that has the same pipe may have made it so.
+void ToolFrameTest::outputThatDoesNotWait() {
+    VKTEST_NEEDS(Disk::runs("command -v python3"), "python3");
+    const QString folder = makeFolder(u"many"_s);
+    for (int i = 0; i < 2000; ++i) {
+        Disk::makeFile(folder.toUtf8() + '/' + QByteArray::number(i) + QByteArray(100, 'n') + ".jpg", "");
+    }
+    const ToolRun run = runShell(u"{ python3 -c 'import os; os.set_blocking(1, False)'; "
+                                 "\"$VKQT\" ls --names; echo $? >&2; } | { sleep 1; wc -l; }"_s,
+                                 folder);
+    QCOMPARE(run.out, QByteArray("2000\n"));
+    QCOMPARE(run.err, QByteArray("0\n"));
 }
 
 void ToolFrameTest::closedOutput() {

@@ -372,6 +372,15 @@ void ToolItemsTest::interrupted() {
         QCOMPARE(Disk::contentOf(mFolder.toUtf8() + "/sub/large.raw"), content);
         QCOMPARE(names("/sub"), (QByteArrayList{"inside.jpg", "large.raw"}));
     }
+    // Nor is what comes behind it moved, which would be one step.
+    Disk::makeFolder(other + "/into");
+    Disk::makeFile(other + "/small", "s");
+    const ToolRun several = runShell(
+        u"export ASAN_OPTIONS=detect_leaks=0; exec strace -f -o /dev/null -e trace=copy_file_range "
+        "-e inject=copy_file_range:signal=SIGINT:when=1 \"$VKQT\" mv sub/large.raw other/small other/into"_s,
+        mFolder);
+    QCOMPARE(several.err, QByteArray("vkqt mv: sub/large.raw: cancelled\nvkqt mv: other/small: cancelled\n"));
+    QCOMPARE(Disk::namesIn(other), (QByteArrayList{"into", "small"}));
 }
 
 void ToolItemsTest::caseOnly() {

@@ -8,9 +8,11 @@
 #include <QDateTime>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScopeGuard>
 
 #include <csignal>
 #include <memory>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -25,6 +27,7 @@ private Q_SLOTS:
     void status_data();
     void status();
     void hosts();
+    void bestOfTwoAddresses();
     void hostsJson();
     void tunnel();
     void wrongLines_data();
@@ -88,6 +91,16 @@ void ToolNetworkTest::hosts() {
     QVERIFY(lines.at(2).startsWith("198.51.100.1 ") && lines.at(2).contains(" no "));
     QVERIFY(lines.at(3).contains(" this machine "));
     QVERIFY(lines.at(4).startsWith("::1 ") && lines.at(4).endsWith(" XR -----l-"));
+}
+
+void ToolNetworkTest::bestOfTwoAddresses() {
+    const QByteArray hosts = scratchFolder().toUtf8() + "/hosts";
+    Disk::makeFile(hosts, "10.9.0.7 both.test\n198.51.100.1 both.test\n");
+    Disk::must(::mount(hosts.constData(), "/etc/hosts", nullptr, MS_BIND, nullptr) == 0, "bind", hosts);
+    const auto unbind = qScopeGuard([] { ::umount2("/etc/hosts", MNT_DETACH); });
+    const Cable cable;
+    const ToolRun run = runVkqt({u"network"_s, u"status"_s, u"both.test"_s});
+    QVERIFY2(run.out.endsWith(" XR ------d\n"), run.out);
 }
 
 void ToolNetworkTest::hostsJson() {
