@@ -453,6 +453,10 @@ void ToolListTest::links() {
     // A link that is named itself is followed, as a person means it.
     QCOMPARE(listed({u"to-folder"_s}, folder), QStringList({u"in.jpg"_s, u"up"_s}));
     QCOMPARE(listed({u"dangling.jpg"_s}, folder), QStringList(u"dangling.jpg"_s));
+    const QJsonArray dangling =
+        jsonArray(runVkqt({u"ls"_s, u"--json"_s, u"dangling.jpg"_s}, folder).out, &ok);
+    QVERIFY(ok);
+    QCOMPARE(members(dangling, u"size"_s), QStringList(u"0"_s));
     QCOMPARE(listed({u"to-folder/../a.jpg"_s}, folder), QStringList(u"to-folder/../a.jpg"_s));
 }
 
