@@ -88,7 +88,10 @@ class Reader {
 public:
     explicit Reader(CFOptionFlags options)
         : mMutableContainers(options != kCFPropertyListImmutable),
-          mMutableLeaves((options & kCFPropertyListMutableContainersAndLeaves) != 0) {}
+          mMutableLeaves((options & kCFPropertyListMutableContainersAndLeaves) != 0) {
+        // Lists have none, and the parser would look through all that are declared for every element.
+        mXml.setNamespaceProcessing(false);
+    }
 
     [[nodiscard]] Value read(const QByteArray& bytes) {
         if (bytes.isEmpty()) {

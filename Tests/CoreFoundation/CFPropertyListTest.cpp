@@ -272,6 +272,9 @@ void CFPropertyListTest::documents_data() {
     QTest::newRow("white space in front") << " \n\t" + declaration + list;
     QTest::newRow("comments outside") << "<!-- a -->" + list + "<!-- b -->\n";
     QTest::newRow("attributes") << QByteArray("<plist><true a=\"b\"/></plist>");
+    QTest::newRow("attribute with a prefix that nothing declares")
+        << QByteArray("<plist><true a:b=\"c\"/></plist>");
+    QTest::newRow("name space") << QByteArray("<plist xmlns=\"a\" xmlns:b=\"c\"><true/></plist>");
     QTest::newRow("space in a tag") << QByteArray("<plist ><true ></true ></plist >");
     QTest::newRow("line ends of another system") << QByteArray(
         declaration + "\r\n" + doctype + "\r\n<plist version=\"1.0\">\r\n<true/>\r\n</plist>\r\n");
