@@ -9,6 +9,20 @@
 
 #include <CoreFoundation/CFQt.h>
 
+namespace {
+
+CFURLRef newUrlOfBytes(const QByteArray& path, bool isFolder) {
+    return CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
+                                                   reinterpret_cast<const UInt8*>(path.constData()),
+                                                   static_cast<CFIndex>(path.size()), isFolder);
+}
+
+bool hasParentComponent(const QByteArray& path) {
+    return path == ".." || path.startsWith("../") || path.endsWith("/..") || path.contains("/../");
+}
+
+} // namespace
+
 CFURLRef VKFileMgrCreateFileSystemRepresentation(CFStringRef path, bool isFolder) {
     if (path == nullptr || CFStringGetLength(path) == 0) {
         return nullptr;
@@ -17,9 +31,16 @@ CFURLRef VKFileMgrCreateFileSystemRepresentation(CFStringRef path, bool isFolder
     if (!bytes) {
         return nullptr;
     }
-    return CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
-                                                   reinterpret_cast<const UInt8*>(bytes->constData()),
-                                                   static_cast<CFIndex>(bytes->size()), isFolder);
+    auto url = VKCFRef<CFURLRef>::adopt(newUrlOfBytes(*bytes, isFolder));
+    const CFURLRef base = url ? CFURLGetBaseURL(url.get()) : nullptr;
+    if (base != nullptr && hasParentComponent(*bytes)) {
+        // Resolving a relative URL takes ".." away together with the name before it, which may be a link's:
+        // that would be another file than the path's. An absolute one keeps every component.
+        QByteArray absolute = CFURLCopyFileSystemBytes(base);
+        absolute += absolute.endsWith('/') ? "" : "/";
+        url = VKCFRef<CFURLRef>::adopt(newUrlOfBytes(absolute + *bytes, isFolder));
+    }
+    return url.release();
 }
 
 CFStringRef VKFileMgrGetFileSystemRepresentationCopy(CFURLRef url) {

@@ -19,6 +19,9 @@
 /// UTF-8 and shown with U+FFFD), that one's. When several such items answer to the text and none is in form
 /// C, none is taken. `isFolder` makes it a folder's URL, which ends in "/". A text of ASCII without 'K', ';'
 /// and '`' costs no system call.
+///
+/// A relative text is one of the folder that is current now. Its ".." are left to the system, for which the parent
+/// of a link is the parent of what it names: such a text gives an absolute URL with the ".." in it.
 VKCORE_EXPORT CFURLRef VKFileMgrCreateFileSystemRepresentation(CFStringRef path, bool isFolder);
 
 /// The path of a file URL as text, NUL-terminated UTF-16 in the machine's byte order from malloc: the caller

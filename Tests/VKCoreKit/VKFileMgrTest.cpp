@@ -47,6 +47,8 @@ private Q_SLOTS:
     void folderFlag_data();
     void folderFlag();
     void relativePath();
+    void parentInARelativePath_data();
+    void parentInARelativePath();
     void backToText_data();
     void backToText();
     void everyItemIsReachedThroughItsText();
@@ -172,6 +174,43 @@ void VKFileMgrTest::relativePath() {
         url = representationOf(QStringLiteral("\u00E9"));
     }
     QCOMPARE(CFURLCopyFileSystemBytes(url.get()), mRoot + kDecomposed);
+}
+
+// What the kernel takes a path for decides, not what is left of its text.
+void VKFileMgrTest::parentInARelativePath_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("exists");
+    QTest::addColumn<int>("sizeInBytes");
+    QTest::newRow("behind a link") << QStringLiteral("link/../a.jpg") << true << 2;
+    QTest::newRow("behind a folder") << QStringLiteral("real/../a.jpg") << true << 1;
+    QTest::newRow("behind nothing") << QStringLiteral("nothing/../a.jpg") << false << 0;
+    QTest::newRow("at the start") << QStringLiteral("../here/a.jpg") << true << 1;
+    QTest::newRow("an oddly spelled name behind a link") << QStringLiteral("link/../\u00E9") << true << 3;
+    QTest::newRow("two dots of a name") << QStringLiteral("b..jpg") << true << 4;
+}
+
+void VKFileMgrTest::parentInARelativePath() {
+    QFETCH(QString, text);
+    QFETCH(bool, exists);
+    QFETCH(int, sizeInBytes);
+    for (const QByteArray folder : {"here", "here/real", "here/real/sub"}) {
+        Disk::makeFolder(mRoot + folder);
+    }
+    const QByteArray link = mRoot + "here/link";
+    QCOMPARE(::symlink("real/sub", link.constData()), 0);
+    Disk::makeFile(mRoot + "here/a.jpg", "1");
+    Disk::makeFile(mRoot + "here/real/a.jpg", "22");
+    Disk::makeFile(mRoot + "here/real/" + kDecomposed, "333");
+    Disk::makeFile(mRoot + "here/b..jpg", "4444");
+    VKCFRef<CFURLRef> url;
+    {
+        const Disk::WorkingFolder working(mRoot + "here");
+        url = representationOf(text);
+    }
+    QCOMPARE(VKFileMgrPathExists(url.get()), exists);
+    VKItemDetails details;
+    QCOMPARE(VKFileMgrGetItemDetails(url.get(), false, &details), VKStatus(exists ? 0 : ENOENT));
+    QCOMPARE(details.sizeInBytes, std::int64_t{sizeInBytes});
 }
 
 void VKFileMgrTest::backToText_data() {
