@@ -58,6 +58,8 @@ private Q_SLOTS:
     void namelessFilesUnknown();
     void shortTransfers_data();
     void shortTransfers();
+    void kernelCopiesNothing_data();
+    void kernelCopiesNothing();
     void endedByTheWatcher_data();
     void endedByTheWatcher();
     void everyCallFailing_data();
@@ -171,6 +173,24 @@ void FileCopyFaultTest::shortTransfers() {
     {
         const ClosedWays ways(closed);
         const Faults::ShortWrites some(777);
+        QCOMPARE(copyFile(at("a"), at("b"), {}, nullptr), 0);
+    }
+    QCOMPARE(Disk::recordOf(at("b"), Disk::kAllParts), Disk::recordOf(at("a"), Disk::kAllParts));
+}
+
+void FileCopyFaultTest::kernelCopiesNothing_data() {
+    QTest::addColumn<unsigned>("closed");
+    QTest::newRow("in the kernel") << unsigned(kCloning);
+    QTest::newRow("sending") << unsigned(kCloning | kInKernel);
+}
+
+/// Taken at its word, the kernel would leave an empty copy that looks whole.
+void FileCopyFaultTest::kernelCopiesNothing() {
+    QFETCH(unsigned, closed);
+    makePhoto(at("a"), 3'000'000);
+    {
+        const ClosedWays ways(closed);
+        const Faults::KernelCopiesNothing silent;
         QCOMPARE(copyFile(at("a"), at("b"), {}, nullptr), 0);
     }
     QCOMPARE(Disk::recordOf(at("b"), Disk::kAllParts), Disk::recordOf(at("a"), Disk::kAllParts));

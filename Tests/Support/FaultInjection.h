@@ -106,6 +106,16 @@ public:
     ~ShortWrites();
 };
 
+/// copy_file_range and sendfile say that the source has ended, as some kernels do of files whose size they do not know,
+/// while it lives.
+class KernelCopiesNothing {
+public:
+    KernelCopiesNothing() noexcept;
+    KernelCopiesNothing(const KernelCopiesNothing&) = delete;
+    KernelCopiesNothing& operator=(const KernelCopiesNothing&) = delete;
+    ~KernelCopiesNothing();
+};
+
 /// Every such call fails with `error`, as on a file system that does not know it, while it lives.
 class Unsupported {
 public:
