@@ -98,6 +98,11 @@ void ToolBookmarkTest::createKeepsWhatItCan() {
     QCOMPARE(run.status, 1);
     QCOMPARE(run.err, QByteArray("vkqt bookmark: none.jpg: no such file or folder\n"));
     QCOMPARE(json({u"list"_s, u"b.plist"_s}).size(), 1);
+    // An empty text is not the working folder.
+    const ToolRun empty = bookmark({u"create"_s, u"b.plist"_s, u""_s});
+    QCOMPARE(empty.status, 1);
+    QCOMPARE(empty.err, QByteArray("vkqt bookmark: \"\": not a path\n"));
+    QCOMPARE(bookmark({u"create"_s, u""_s, u"Trip"_s}).status, 1);
     // Nothing made, nothing written.
     QCOMPARE(bookmark({u"create"_s, u"c.plist"_s, u"none.jpg"_s}).status, 1);
     QVERIFY(!QFile::exists(mFolder + u"/c.plist"_s));

@@ -2,6 +2,7 @@
 #include "BookmarkFile.h"
 #include "CommandLine.h"
 #include "Items.h"
+#include "Results.h"
 #include "Table.h"
 #include "Text.h"
 
@@ -326,7 +327,7 @@ int create(const VKQtPath& file, const QStringList& items, Invocation& invocatio
     }
     std::vector<Entry> made;
     for (const QString& text : items) {
-        const QString absolute = absoluteText(text, workingFolder());
+        const QString absolute = text.isEmpty() ? QString() : absoluteText(text, workingFolder());
         const ItemFacts facts = askDisk(absolute);
         BookmarkInfo info;
         const VKStatus status = facts.status != 0
@@ -352,7 +353,7 @@ int create(const VKQtPath& file, const QStringList& items, Invocation& invocatio
 int run(Invocation& invocation) {
     QStringList arguments = invocation.arguments();
     const Action action = actionNamed(arguments.takeFirst());
-    const VKQtPath file(absoluteText(arguments.takeFirst(), workingFolder()), false);
+    const VKQtPath file = absolutePath(arguments.takeFirst(), false);
     const bool looksOnDisk = action == Action::Resolve || action == Action::Check;
     if (invocation.isOn(u"update"_s) && action != Action::Resolve) {
         return invocation.usageError(u"--update goes with resolve"_s);
