@@ -14,12 +14,16 @@ using namespace VKPlatform;
 
 QString shown(QByteArrayView bytes) { return QString::fromLatin1(bytes.toByteArray().toPercentEncoding()); }
 
-/// Whatever is told is a fact: factOf() would change nothing about it.
-void checkFact(const QByteArray& fact, const QByteArray& evidence) {
+void checkLine(const QByteArray& fact, const QByteArray& evidence) {
     require(fact.size() <= kFactLengthLimit, "a fact is not too long", {shown(evidence)});
     require(std::none_of(fact.begin(), fact.end(),
                          [](char unit) { return static_cast<unsigned char>(unit) < 0x20 || unit == 0x7f; }),
             "a fact has no control characters", {shown(fact), shown(evidence)});
+}
+
+/// What firmware and drivers tell is a fact: factOf() would change nothing about it.
+void checkFact(const QByteArray& fact, const QByteArray& evidence) {
+    checkLine(fact, evidence);
     require(factOf(fact) == fact, "a fact is one when it is looked at again", {shown(fact), shown(evidence)});
 }
 
@@ -28,8 +32,9 @@ QByteArray quoted(QByteArray value) { return '"' + value.replace("\\", "\\\\").r
 void checkSystem(const QByteArray& text) {
     const SystemRelease release = parseSystemRelease(text, text);
     require(!release.name.isEmpty(), "a system has a name", {shown(text)});
+    // "11" is a version, where firmware that says so says nothing.
     for (const QByteArray& fact : {release.name, release.version, release.build}) {
-        checkFact(fact, text);
+        checkLine(fact, text);
     }
     const QByteArray written = "NAME=" + quoted(release.name) + "\nVERSION_ID=" + quoted(release.version) +
                                "\nBUILD_ID=" + quoted(release.build) + '\n';

@@ -46,7 +46,9 @@ void checkText(const QString& text, const VKQtPath& path) {
             {text, canonical});
     require(path.normalize(canonical, folder) == PathModel::normalized(canonical, folder),
             "normalising again follows the same rule", {text, canonical});
-    if (!canonical.endsWith(u'/')) {
+    // A letter that is composed at last may leave what then looks like a drive without its slash.
+    const bool isLateDrive = folder && canonical.size() == 2 && canonical.endsWith(u':');
+    if (!canonical.endsWith(u'/') && !isLateDrive) {
         require(path.normalize(canonical, folder) == canonical, "normalising a normal text changes nothing",
                 {text, canonical});
     }
