@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QStringBuilder>
 
 #include <chrono>
 #include <cstdint>
